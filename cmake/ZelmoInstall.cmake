@@ -1,0 +1,27 @@
+# SPDX-FileCopyrightText: LibZelmo contributors
+# SPDX-License-Identifier: GPL-3.0-or-later
+include(CMakePackageConfigHelpers)
+
+set(zelmo_config_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Zelmo")
+install(TARGETS zelmo EXPORT ZelmoTargets
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+  FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+install(EXPORT ZelmoTargets NAMESPACE Zelmo:: DESTINATION "${zelmo_config_dir}")
+configure_package_config_file(cmake/ZelmoConfig.cmake.in
+  "${PROJECT_BINARY_DIR}/ZelmoConfig.cmake" INSTALL_DESTINATION "${zelmo_config_dir}")
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/ZelmoConfigVersion.cmake"
+  COMPATIBILITY SameMajorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/ZelmoConfig.cmake"
+  "${PROJECT_BINARY_DIR}/ZelmoConfigVersion.cmake" cmake/FindZelmoPCL.cmake
+  DESTINATION "${zelmo_config_dir}")
+
+# Hosts without CMake. PCL's and OpenCASCADE's directories are named here, since neither has a
+# pkg-config file that says them all.
+list(GET OpenCV_INCLUDE_DIRS 0 zelmo_pc_opencv_dir)
+configure_file(cmake/zelmo.pc.in "${PROJECT_BINARY_DIR}/zelmo.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/zelmo.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+install(FILES LICENSE README.md CHANGELOG.md DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+if(TARGET inspect)
+  install(TARGETS inspect DESTINATION "${CMAKE_INSTALL_BINDIR}")
+endif()
