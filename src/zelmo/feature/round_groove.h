@@ -1,0 +1,66 @@
+// SPDX-FileCopyrightText: LibZelmo contributors
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <vector>
+
+#include <zelmo/export.h>
+
+#include "zelmo/feature/base.h"
+#include "zelmo/feature/line.h"
+#include "zelmo/feature/plane.h"
+#include "zelmo/feature/point.h"
+
+namespace xgeofeature {
+
+/// A rectangle with rounded corners, overall 2 halfLength along majorDir by 2 halfWidth across.
+class ZELMO_EXPORT XFRoundGroove3D : public XFBase {
+ public:
+  float center[3] = {};
+  float normal[3] = {};
+  float majorDir[3] = {};  ///< direction of the long side
+  float halfLength = 0;    ///< half the overall size along majorDir
+  float halfWidth = 0;     ///< half the overall size across it
+  float cornerRadius = 0;  ///< of the corner arcs
+
+  XFRoundGroove3D() = default;
+
+  /// \param[in] point float[3]: the center
+  /// \param[in] direction float[3]: the normal
+  /// \param[in] major_direction float[3]: majorDir
+  /// \param[in] half_length halfLength
+  /// \param[in] half_width halfWidth
+  /// \param[in] corner_radius cornerRadius
+  XFRoundGroove3D(const float* point, const float* direction, const float* major_direction,
+                  const float& half_length, const float& half_width, const float& corner_radius);
+
+  /// \param[in] values center, normal, majorDir, halfLength, halfWidth, cornerRadius: exactly 12 values;
+  ///     any other count leaves the fields 0
+  explicit XFRoundGroove3D(const std::vector<float>& values);
+
+  GeoFeatureType getFeatureType() const override;
+
+  void getCenterPoint(XFPoint& point) const;
+
+  /// The normal line through the center, as long as the shape.
+  void getLine(XFLine3D2& line) const;
+
+  /// The line through the center along majorDir, as long as the shape.
+  void getLineMajorDir(XFLine3D2& line) const;
+
+  /// The plane piece of the shape's overall length and width.
+  void getPlane(XFPlane& plane) const;
+
+  /// Reverses the normal; majorDir stays.
+  void inv();
+
+  /// A copy with the normal reversed.
+  XFRoundGroove3D invert() const;
+
+  /// Whether the sizes and each coordinate of the center differ by no more than 0.01, and normals
+  /// and majorDirs are each parallel or opposite: the absolute value of their product differs from 1
+  /// by no more than 0.02. A NaN equals nothing.
+  bool operator==(const XFRoundGroove3D& other);
+};
+
+}  // namespace xgeofeature
