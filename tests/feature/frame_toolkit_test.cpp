@@ -185,6 +185,19 @@ TEST(LocalFrame, FallsBackOnAWorldAxisOnlyWhenAsked) {
   EXPECT_FALSE(localFrame(cluster, {1, 1, 1}, {0, 0, 0}, options));
 }
 
+TEST(LocalFrame, KeepsDistancesOfProjectedPoints) {
+  const std::vector<cv::Point3f> points = {{3, 1, 9}, {7, 1, -4}, {7, 4, 2}};
+  const double plane[4] = {0, 0, -1, 5};
+  const auto local = projectToLocal(PointView(points), plane, {});
+  ASSERT_TRUE(local);
+  ASSERT_EQ(local->points.size(), 3U);
+  EXPECT_NEAR(cv::norm(local->points[0] - local->points[1]), 4, 1e-6);
+  EXPECT_NEAR(cv::norm(local->points[2] - local->points[1]), 3, 1e-6);
+  const cv::Point3d back = toWorld(local->frame, local->points[2].x, local->points[2].y);
+  EXPECT_NEAR(cv::norm(back - cv::Point3d(7, 4, 5)), 0, 1e-6);
+  EXPECT_FALSE(projectToLocal(PointView(), plane, {}));
+}
+
 TEST(BoundingRectangle, PassesOverWhatIsNotFinite) {
   const float nan = std::numeric_limits<float>::quiet_NaN();
   EXPECT_EQ(boundingRectangle({}).size.area(), 0);

@@ -61,6 +61,16 @@ std::vector<cv::Point2f> toLocal(const std::vector<cv::Point3f>& points, const L
   return local;
 }
 
+std::optional<LocalProjection> projectToLocal(const PointView& points, const double* plane,
+                                              const LocalFrameOptions& options) {
+  std::vector<cv::Point3f> projected;
+  projectOnPlane(points, plane, projected);
+  const auto frame =
+      localFrame(projected, meanOf(projected), {plane[0], plane[1], plane[2]}, options);
+  if (!frame) return std::nullopt;
+  return LocalProjection{*frame, toLocal(projected, *frame)};
+}
+
 cv::Point3d toWorld(const LocalFrame& frame, double x, double y) {
   const Rigid& m = frame.world_from_local;
   return {m[0] * x + m[1] * y + m[3], m[4] * x + m[5] * y + m[7], m[8] * x + m[9] * y + m[11]};

@@ -54,6 +54,19 @@ std::optional<LocalFrame> localFrame(const std::vector<cv::Point3f>& points,
 /// The first two local coordinates of each point, stored in float.
 std::vector<cv::Point2f> toLocal(const std::vector<cv::Point3f>& points, const LocalFrame& frame);
 
+/// Points projected on a plane and seen in the local frame at the mean of their projections.
+struct LocalProjection {
+  LocalFrame frame;
+  std::vector<cv::Point2f> points;
+};
+
+/// Projects points on the plane a, b, c, d with unit (a, b, c) and maps them to its local frame.
+/// \return nothing when there is no frame
+/// Callers: projection2Plane_tranformed of X3DFit and XGeoTolrance, circle and plane through three
+/// points.
+std::optional<LocalProjection> projectToLocal(const PointView& points, const double* plane,
+                                              const LocalFrameOptions& options);
+
 /// The local point (x, y, 0) in space.
 cv::Point3d toWorld(const LocalFrame& frame, double x, double y);
 
