@@ -12,6 +12,9 @@ namespace zelmo::internal {
 /// multiplies an index by 3.
 class PointView {
  public:
+  /// Floats of one point.
+  static constexpr int kFloats = 3;
+
   PointView() = default;
 
   /// \param[in] data float[3 * count], may be null when \p count is 0 or less
@@ -38,6 +41,30 @@ class PointView {
     const float* p = at(i);
     return {p[0], p[1], p[2]};
   }
+
+ private:
+  const float* m_data = nullptr;
+  int m_count = 0;
+};
+
+/// Interleaved x, y floats that somebody else owns.
+class PlanarView {
+ public:
+  /// Floats of one point.
+  static constexpr int kFloats = 2;
+
+  /// \param[in] data float[2 * count], may be null when \p count is 0 or less
+  PlanarView(const float* data, int count)
+      : m_data(data), m_count(data != nullptr && count > 0 ? count : 0) {}
+  explicit PlanarView(const std::vector<cv::Point2f>& points)
+      : PlanarView(points.empty() ? nullptr : &points.front().x, static_cast<int>(points.size())) {}
+
+  const float* data() const { return m_data; }
+  int count() const { return m_count; }
+  bool empty() const { return m_count == 0; }
+
+  /// The two floats of point \p i.
+  const float* at(int i) const { return m_data + kFloats * static_cast<std::ptrdiff_t>(i); }
 
  private:
   const float* m_data = nullptr;

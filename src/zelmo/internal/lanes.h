@@ -51,40 +51,78 @@ ZELMO_ALWAYS_INLINE double addLanes(const double* lane) {
   return ((lane[0] + lane[1]) + (lane[2] + lane[3])) + ((lane[4] + lane[5]) + (lane[6] + lane[7]));
 }
 
-/// Sum of term(x, y, z) over all points.
-template <typename Term>
-ZELMO_ALWAYS_INLINE double laneSum(const PointView& points, const Term& given_term) {
+/// \p term of one point of a view: term(x, y, z) in space, term(x, y) in the plane.
+template <typename Term, typename... Out>
+ZELMO_ALWAYS_INLINE auto termAt(const PointView&, const Term& term, const float* p, Out... out) {
+  return term(p[0], p[1], p[2], out...);
+}
+template <typename Term, typename... Out>
+ZELMO_ALWAYS_INLINE auto termAt(const PlanarView&, const Term& term, const float* p, Out... out) {
+  return term(p[0], p[1], out...);
+}
+
+/// Sum of the term over all points of a PointView or a PlanarView.
+template <typename View, typename Term>
+ZELMO_ALWAYS_INLINE double laneSum(const View& points, const Term& given_term) {
+  constexpr int kFloats = View::kFloats;
   const Term term = given_term;
   double lane[kLanes] = {};
   const float* p = points.data();
   const int count = points.count();
   int i = 0;
-  for (; i + kLanes <= count; i += kLanes, p += 3 * kLanes) {
+  for (; i + kLanes <= count; i += kLanes, p += kFloats * kLanes) {
     ZELMO_LANE_LOOP for (int k = 0; k < kLanes; ++k) {
-      lane[k] += term(p[3 * k], p[3 * k + 1], p[3 * k + 2]);
+      lane[k] += termAt(points, term, p + kFloats * k);
     }
   }
-  for (int k = 0; i < count; ++i, ++k, p += 3) lane[k] += term(p[0], p[1], p[2]);
+  for (int k = 0; i < count; ++i, ++k, p += kFloats) lane[k] += termAt(points, term, p);
   return addLanes(lane);
 }
 
-/// Largest of \p floor and term(x, y, z) over all points by strict comparison: a NaN is passed over.
-template <typename Term>
-ZELMO_ALWAYS_INLINE double laneMax(const PointView& points, const Term& given_term, double floor) {
+/// Sums of \p Count values per point in one walk: term(x, y, z, values) or term(x, y, values)
+/// writes them.
+/// \param[out] sums double[Count]
+template <int Count, typename View, typename Term>
+ZELMO_ALWAYS_INLINE void laneSums(const View& points, const Term& given_term, double* sums) {
+  constexpr int kFloats = View::kFloats;
+  const Term term = given_term;
+  double lane[Count][kLanes] = {};
+  const float* p = points.data();
+  const int count = points.count();
+  int i = 0;
+  for (; i + kLanes <= count; i += kLanes, p += kFloats * kLanes) {
+    ZELMO_LANE_LOOP for (int k = 0; k < kLanes; ++k) {
+      double values[Count];
+      termAt(points, term, p + kFloats * k, static_cast<double*>(values));
+      for (int n = 0; n < Count; ++n) lane[n][k] += values[n];
+    }
+  }
+  for (int k = 0; i < count; ++i, ++k, p += kFloats) {
+    double values[Count];
+    termAt(points, term, p, static_cast<double*>(values));
+    for (int n = 0; n < Count; ++n) lane[n][k] += values[n];
+  }
+  for (int n = 0; n < Count; ++n) sums[n] = addLanes(lane[n]);
+}
+
+/// Largest of \p floor and the term over all points by strict comparison: a NaN is passed over.
+template <typename View, typename Term>
+ZELMO_ALWAYS_INLINE double laneMax(const View& points, const Term& given_term, double floor) {
+  constexpr int kFloats = View::kFloats;
   const Term term = given_term;
   double lane[kLanes];
   for (int k = 0; k < kLanes; ++k) lane[k] = floor;
   const float* p = points.data();
   const int count = points.count();
   int i = 0;
-  for (; i + kLanes <= count; i += kLanes, p += 3 * kLanes) {
+  for (; i + kLanes <= count; i += kLanes, p += kFloats * kLanes) {
     ZELMO_LANE_LOOP for (int k = 0; k < kLanes; ++k) {
-      const double value = term(p[3 * k], p[3 * k + 1], p[3 * k + 2]);
+      const double value = termAt(points, term, p + kFloats * k);
       lane[k] = value > lane[k] ? value : lane[k];
     }
   }
-  for (int k = 0; i < count; ++i, ++k, p += 3) {
-    const double value = term(p[0], p[1], p[2]);
+  for (int k = 0; i < count; ++i, ++k, p += kFloats) {
+    const double value = termAt(points, term, p);
     lane[k] = value > lane[k] ? value : lane[k];
   }
   double largest = lane[0];
@@ -96,8 +134,9 @@ ZELMO_ALWAYS_INLINE double laneMax(const PointView& points, const Term& given_te
 template <typename Term>
 struct Absolute {
   Term term;
-  ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z) const {
-    return std::fabs(term(x, y, z));
+  template <typename... Coordinates>
+  ZELMO_ALWAYS_INLINE double operator()(Coordinates... at) const {
+    return std::fabs(term(at...));
   }
 };
 
@@ -105,28 +144,10 @@ struct Absolute {
 template <typename Term>
 struct Squared {
   Term term;
-  ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z) const {
-    const double value = term(x, y, z);
+  template <typename... Coordinates>
+  ZELMO_ALWAYS_INLINE double operator()(Coordinates... at) const {
+    const double value = term(at...);
     return value * value;
-  }
-};
-
-/// One coordinate, less an origin.
-template <int Axis>
-struct Coordinate {
-  double origin = 0.0;
-  ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z) const {
-    return (Axis == 0 ? x : Axis == 1 ? y : z) - origin;
-  }
-};
-
-/// The product of two terms.
-template <typename First, typename Second>
-struct Product {
-  First first;
-  Second second;
-  ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z) const {
-    return first(x, y, z) * second(x, y, z);
   }
 };
 

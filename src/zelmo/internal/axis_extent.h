@@ -1,0 +1,28 @@
+// SPDX-FileCopyrightText: LibZelmo contributors
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <opencv2/core/types.hpp>
+
+#include "zelmo/internal/array_view.h"
+
+namespace zelmo::internal {
+
+/// Smallest and largest parameter of points along an axis. The search starts from 1e10 and -1e10:
+/// no points leave these, and no parameter beyond them is seen.
+struct AxisExtent {
+  double low = 1e10;
+  double high = -1e10;
+
+  double length() const { return high > low ? high - low : low - high; }
+  double middle() const { return (high + low) * 0.5; }
+};
+
+/// Extent of points along \p direction, seen from \p origin: the parameter of a point is the float
+/// offset from \p origin times \p direction in double, or 0 where each coordinate of the offset is
+/// below 1e-6 in magnitude. NaN parameters are passed over.
+/// \param[in] direction of any length; the parameter scales with it
+/// Callers: ends of a line, height of a cylinder, ends of a cone.
+AxisExtent axisExtent(const PointView& points, const cv::Vec3f& origin, const cv::Vec3d& direction);
+
+}  // namespace zelmo::internal

@@ -1,0 +1,73 @@
+// SPDX-FileCopyrightText: LibZelmo contributors
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+/// \file
+/// Signed distances of a point to a feature, as functors for the folds over lanes.
+
+#include <cmath>
+
+#include "zelmo/internal/lanes.h"
+
+namespace zelmo::internal {
+
+/// Signed distance to a x + b y + c z + d = 0, times the length of (a, b, c).
+struct PlaneResidual {
+  double a, b, c, d;
+  ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z) const {
+    return a * x + b * y + c * z + d;
+  }
+};
+
+/// Distance to the center less the radius.
+struct SphereResidual {
+  double cx, cy, cz, r;
+  ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z) const {
+    const double dx = x - cx;
+    const double dy = y - cy;
+    const double dz = z - cz;
+    return std::sqrt(dx * dx + dy * dy + dz * dz) - r;
+  }
+};
+
+/// A point on an axis and the axis' unit direction.
+struct AxisLine {
+  double px, py, pz, ux, uy, uz;
+
+  /// From a point and a direction of any length; a zero direction gives NaN.
+  static AxisLine through(const double* point, const double* direction) {
+    const double length = std::sqrt(direction[0] * direction[0] + direction[1] * direction[1] +
+                                    direction[2] * direction[2]);
+    return {point[0],
+            point[1],
+            point[2],
+            direction[0] / length,
+            direction[1] / length,
+            direction[2] / length};
+  }
+  /// Squared distance of point + (qx, qy, qz) to the axis.
+  ZELMO_ALWAYS_INLINE double distanceSquared(double qx, double qy, double qz) const {
+    const double cx = qy * uz - qz * uy;
+    const double cy = qz * ux - qx * uz;
+    const double cz = qx * uy - qy * ux;
+    return cx * cx + cy * cy + cz * cz;
+  }
+  ZELMO_ALWAYS_INLINE double along(double qx, double qy, double qz) const {
+    return ux * qx + uy * qy + uz * qz;
+  }
+};
+
+/// Whether the three coordinates of an offset are strictly below this, the point counts as lying on
+/// the axis point.
+constexpr double kOnAxisPoint = 0.01;
+
+/// \p on_axis_point for an offset with all coordinates strictly below 0.01 in magnitude, else
+/// \p value. Chained choices of doubles, because the compiler leaves a joint condition scalar.
+ZELMO_ALWAYS_INLINE double orOnAxisPoint(double qx, double qy, double qz, double on_axis_point,
+                                         double value) {
+  const double by_x = std::fabs(qx) < kOnAxisPoint ? on_axis_point : value;
+  const double by_y = std::fabs(qy) < kOnAxisPoint ? by_x : value;
+  return std::fabs(qz) < kOnAxisPoint ? by_y : value;
+}
+
+}  // namespace zelmo::internal
