@@ -36,7 +36,7 @@ constexpr float kInf = std::numeric_limits<float>::infinity();
 cv::Point3f onto(const Plane& plane, double x, double y, double height = 0.0) {
   const cv::Vec3d n(plane[0], plane[1], plane[2]);
   const cv::Vec3d u = cv::normalize(n.cross(std::fabs(n[0]) < 0.9 ? cv::Vec3d(1, 0, 0)  //
-                                                                 : cv::Vec3d(0, 1, 0)));
+                                                                  : cv::Vec3d(0, 1, 0)));
   const cv::Vec3d p = n * (height - plane[3]) + u * x + n.cross(u) * y;
   return {static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2])};
 }
@@ -89,13 +89,13 @@ TEST_P(XPlaneFitMethod, ArrayFormEqualsVectorForm) {
   EXPECT_EQ(by_array, by_vector);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Method, XPlaneFitMethod,
-    testing::Values(MethodCase{"LeastSquare", LeastSquare, 1.0 / 9, 1e-3},
-                    MethodCase{"LeastAbsDev", LeastAbsDev, 0.0, 1e-2},
-                    MethodCase{"Chebyshev", Chebyshev, 0.5, 1e-2},
-                    MethodCase{"UnknownRunsLeastAbsDev", static_cast<FitMethod>(7), 0.0, 1e-2}),
-    caseName<MethodCase>);
+INSTANTIATE_TEST_SUITE_P(Method, XPlaneFitMethod,
+                         testing::Values(MethodCase{"LeastSquare", LeastSquare, 1.0 / 9, 1e-3},
+                                         MethodCase{"LeastAbsDev", LeastAbsDev, 0.0, 1e-2},
+                                         MethodCase{"Chebyshev", Chebyshev, 0.5, 1e-2},
+                                         MethodCase{"UnknownRunsLeastAbsDev",
+                                                    static_cast<FitMethod>(7), 0.0, 1e-2}),
+                         caseName<MethodCase>);
 
 TEST(XPlaneFit, LeavesTheParametersAloneBelowThreePoints) {
   const float two_points[] = {0, 0, 0, 1, 2, 3};
