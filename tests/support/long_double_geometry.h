@@ -12,6 +12,9 @@ namespace zelmo::test {
 /// Vectors of long double, in which oracles are evaluated.
 using Real = long double;
 
+/// How far two numbers lie apart; NaN compares with no bound.
+inline Real gap(Real a, Real b) { return std::fabs(a - b); }
+
 struct Vec {
   Real x = 0, y = 0, z = 0;
 

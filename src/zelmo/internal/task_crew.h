@@ -10,17 +10,21 @@
 
 namespace zelmo::internal {
 
+/// The next of the items 0 to count - 1 behind a cursor that the caller keeps under \p mutex, or
+/// nothing when all are given out. No lock stays held.
+inline std::optional<int> takeItem(std::mutex& mutex, int& next, int count) {
+  const std::lock_guard<std::mutex> lock(mutex);
+  if (next >= count) return std::nullopt;
+  return next++;
+}
+
 /// Hands out 0, 1, ..., count - 1, one at a time, to tasks that ask at once.
 class SharedCounter {
  public:
   explicit SharedCounter(int count) : m_count(count) {}
 
   /// The next item, or nothing when all are given out.
-  std::optional<int> take() {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_next >= m_count) return std::nullopt;
-    return m_next++;
-  }
+  std::optional<int> take() { return takeItem(m_mutex, m_next, m_count); }
 
   /// No further item is given out.
   void close() {

@@ -1,0 +1,65 @@
+// SPDX-FileCopyrightText: LibZelmo contributors
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <algorithm>
+#include <fstream>
+#include <locale>
+
+#include "zelmo/export/export_files.h"
+#include "zelmo/export/internal/feature_table.h"
+#include "zelmo/export/internal/utf8.h"
+
+namespace xexportfiles {
+namespace {
+
+constexpr int kDone = 0;
+constexpr int kNoFeatures = -1;
+
+using zelmo::internal::FeatureRole;
+using zelmo::internal::utf8FromWide;
+
+/// A file for output that a host's global locale does not reach.
+std::ofstream openClassic(const std::wstring& path) {
+  std::ofstream file;
+  file.imbue(std::locale::classic());
+  file.open(utf8FromWide(path));
+  return file;
+}
+
+}  // namespace
+
+int XExportFiles::ExportFeature2Csv(const std::vector<xgeofeature::XFBase*>& features,
+                                    std::vector<std::wstring>& names, std::vector<char>& flags,
+                                    const std::wstring& path) {
+  constexpr int kNotOpened = -2;
+  if (features.empty()) return kNoFeatures;
+  std::ofstream file = openClassic(path);
+  if (!file) return kNotOpened;
+  zelmo::internal::writeTableHeader(file);
+  file << "\n";
+  for (std::size_t i = 0; i < features.size(); ++i) {
+    const bool is_inspection = i < flags.size() && flags[i] == 0;
+    zelmo::internal::writeTableRow(file, features[i],
+                                   i < names.size() ? utf8FromWide(names[i]) : std::string(),
+                                   is_inspection ? FeatureRole::Inspection : FeatureRole::Nominal);
+  }
+  return kDone;
+}
+
+int XExportFiles::ExportFeature2Txt(const std::vector<xgeofeature::XFBase*>& features,
+                                    xgeofeature::GeoFeatureType& type, const std::wstring& path) {
+  constexpr int kNoneOfType = -2;
+  constexpr int kNotOpened = -3;
+  if (features.empty()) return kNoFeatures;
+  const auto isSelected = [&type](const xgeofeature::XFBase* feature) {
+    return feature != nullptr && feature->getFeatureType() == type;
+  };
+  if (std::none_of(features.begin(), features.end(), isSelected)) return kNoneOfType;
+  std::ofstream file = openClassic(path);
+  if (!file) return kNotOpened;
+  for (const xgeofeature::XFBase* feature : features) {
+    if (isSelected(feature)) zelmo::internal::writeNumberLine(file, feature);
+  }
+  return kDone;
+}
+
+}  // namespace xexportfiles
