@@ -44,10 +44,13 @@ struct AxisOffset {
   }
   /// |(p - o) x d|.
   ZELMO_ALWAYS_INLINE double distance(double x, double y, double z) const {
+    return std::sqrt(squaredDistance(x, y, z));
+  }
+  ZELMO_ALWAYS_INLINE double squaredDistance(double x, double y, double z) const {
     const double cx = (y - oy) * dz - (z - oz) * dy;
     const double cy = (z - oz) * dx - (x - ox) * dz;
     const double cz = (x - ox) * dy - (y - oy) * dx;
-    return std::sqrt(cx * cx + cy * cy + cz * cz);
+    return cx * cx + cy * cy + cz * cz;
   }
   ZELMO_ALWAYS_INLINE double along(double x, double y, double z) const {
     return (x - ox) * dx + (y - oy) * dy + (z - oz) * dz;
