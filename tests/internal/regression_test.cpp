@@ -124,6 +124,11 @@ TEST(AxisExtent, SpansTheParametersAndCountsNearPointsAsZero) {
   EXPECT_EQ(axisExtent(PointView(near, 1), {5, 0, 2}, {0, 1, 0}).high, 0.0);
   const float beyond[] = {5, 2e-6F, 2};
   EXPECT_EQ(axisExtent(PointView(beyond, 1), {5, 0, 2}, {0, 1, 0}).high, 2e-6F);
+  // A float offset loses what a double one keeps.
+  const float far[] = {1e-3F, 0, 0};
+  EXPECT_EQ(axisExtent(PointView(far, 1), {-4096, 0, 0}, {1, 0, 0}).high, 1e-3F + 4096.0F);
+  EXPECT_EQ(axisExtent(PointView(far, 1), {-4096, 0, 0}, {1, 0, 0}, OffsetRounding::None).high,
+            1e-3F + 4096.0);
   EXPECT_EQ(axisExtent({}, {0, 0, 0}, {1, 0, 0}).low, 1e10);
   EXPECT_EQ(axisExtent({}, {0, 0, 0}, {1, 0, 0}).high, -1e10);
 }

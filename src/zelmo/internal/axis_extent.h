@@ -5,6 +5,7 @@
 #include <opencv2/core/types.hpp>
 
 #include "zelmo/internal/array_view.h"
+#include "zelmo/internal/regression.h"
 
 namespace zelmo::internal {
 
@@ -18,11 +19,13 @@ struct AxisExtent {
   double middle() const { return (high + low) * 0.5; }
 };
 
-/// Extent of points along \p direction, seen from \p origin: the parameter of a point is the float
-/// offset from \p origin times \p direction in double, or 0 where each coordinate of the offset is
-/// below 1e-6 in magnitude. NaN parameters are passed over.
+/// Extent of points along \p direction, seen from \p origin: the parameter of a point is its offset
+/// from \p origin times \p direction in double, or 0 where each coordinate of the offset is below
+/// 1e-6 in magnitude. NaN parameters are passed over.
 /// \param[in] direction of any length; the parameter scales with it
-/// Callers: ends of a line, height of a cylinder, ends of a cone.
-AxisExtent axisExtent(const PointView& points, const cv::Vec3f& origin, const cv::Vec3d& direction);
+/// \param[in] rounding of the offsets: ToFloat for ends of a line and the simplex fits of cylinder and
+///     cone, None for the damped fits
+AxisExtent axisExtent(const PointView& points, const cv::Vec3f& origin, const cv::Vec3d& direction,
+                      OffsetRounding rounding = OffsetRounding::ToFloat);
 
 }  // namespace zelmo::internal
