@@ -70,7 +70,7 @@ struct FlawedScan {
 
 template <typename Shape>
 class FitStages : public testing::Test {};
-using Shapes = testing::Types<PlaneShape>;
+using Shapes = testing::Types<PlaneShape, SphereShape, CylinderShape>;
 TYPED_TEST_SUITE(FitStages, Shapes);
 
 // Each method's result is the fit of exactly the points that it should have kept.
@@ -167,6 +167,7 @@ TYPED_TEST(FitStages, SurvivesWhatIsNoNumber) {
       FlawedScan<TypeParam> all(40, 0, 0, 0);
       std::fill(all.scan.points.begin(), all.scan.points.end(), bad);
       const FilterParam param(TypeParam::kAngleLimit, 2, 0.1F);
+      testing::internal::CaptureStderr();  // sample consensus tells every trial that has no model
       standardOutputOf([&] {
         typename TypeParam::Fit fit;
         const int result = points.fit(fit, param, static_cast<FilterMethod>(method));
@@ -174,6 +175,7 @@ TYPED_TEST(FitStages, SurvivesWhatIsNoNumber) {
         normals.fit(fit, param, static_cast<FilterMethod>(method));
         all.fit(fit, param, static_cast<FilterMethod>(method));
       });
+      testing::internal::GetCapturedStderr();
     }
   }
 }

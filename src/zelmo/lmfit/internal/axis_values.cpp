@@ -18,7 +18,8 @@ void storeAxis(const double* params, float* point, float* axis) {
 }
 
 AxisExtent extentAlong(const PointView& points, const float* origin, const float* axis) {
-  return axisExtent(points, {origin[0], origin[1], origin[2]}, {axis[0], axis[1], axis[2]});
+  return axisExtent(points, {origin[0], origin[1], origin[2]}, {axis[0], axis[1], axis[2]},
+                    OffsetRounding::None);
 }
 
 }  // namespace zelmo::internal
