@@ -188,8 +188,8 @@ TEST_F(FeatureTable, AnswersWhatItCouldNotDo) {
 
 TEST_F(FeatureTable, ANameThatIsNoTextThrowsAfterTheRowsBeforeIt) {
   Records records;
-  for (const wchar_t bad : {static_cast<wchar_t>(0xD800), static_cast<wchar_t>(0x110000)}) {
-    records.names[2] = std::wstring(L"E") + bad;
+  for (const int bad : {0xD800, 0xDFFF, 0x110000}) {
+    records.names[2] = std::wstring(L"E") + static_cast<wchar_t>(bad);
     try {
       XExportFiles::ExportFeature2Csv(records.all, records.names, records.flags, widePath(m_path));
       FAIL() << "no exception";
@@ -200,8 +200,9 @@ TEST_F(FeatureTable, ANameThatIsNoTextThrowsAfterTheRowsBeforeIt) {
     ASSERT_EQ(lines.size(), 3U);
     EXPECT_EQ(lines[2], linesOf(kTable)[2]);
   }
-  EXPECT_THROW(XExportFiles::ExportFeature2Csv(records.all, records.names, records.flags,
-                                               std::wstring(1, static_cast<wchar_t>(0xDFFF))),
+  records.names[2] = L"E1";
+  const std::wstring bad_path = widePath(m_path) + static_cast<wchar_t>(0xD800);
+  EXPECT_THROW(XExportFiles::ExportFeature2Csv(records.all, records.names, records.flags, bad_path),
                std::range_error);
 }
 

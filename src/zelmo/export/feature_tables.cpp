@@ -1,10 +1,9 @@
 // SPDX-FileCopyrightText: LibZelmo contributors
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
-#include <fstream>
-#include <locale>
 
 #include "zelmo/export/export_files.h"
+#include "zelmo/export/internal/classic_file.h"
 #include "zelmo/export/internal/feature_table.h"
 #include "zelmo/export/internal/utf8.h"
 
@@ -15,15 +14,8 @@ constexpr int kDone = 0;
 constexpr int kNoFeatures = -1;
 
 using zelmo::internal::FeatureRole;
+using zelmo::internal::openClassic;
 using zelmo::internal::utf8FromWide;
-
-/// A file for output that a host's global locale does not reach.
-std::ofstream openClassic(const std::wstring& path) {
-  std::ofstream file;
-  file.imbue(std::locale::classic());
-  file.open(utf8FromWide(path));
-  return file;
-}
 
 }  // namespace
 
@@ -32,7 +24,7 @@ int XExportFiles::ExportFeature2Csv(const std::vector<xgeofeature::XFBase*>& fea
                                     const std::wstring& path) {
   constexpr int kNotOpened = -2;
   if (features.empty()) return kNoFeatures;
-  std::ofstream file = openClassic(path);
+  std::ofstream file = openClassic(utf8FromWide(path));
   if (!file) return kNotOpened;
   zelmo::internal::writeTableHeader(file);
   file << "\n";
@@ -54,7 +46,7 @@ int XExportFiles::ExportFeature2Txt(const std::vector<xgeofeature::XFBase*>& fea
     return feature != nullptr && feature->getFeatureType() == type;
   };
   if (std::none_of(features.begin(), features.end(), isSelected)) return kNoneOfType;
-  std::ofstream file = openClassic(path);
+  std::ofstream file = openClassic(utf8FromWide(path));
   if (!file) return kNotOpened;
   for (const xgeofeature::XFBase* feature : features) {
     if (isSelected(feature)) zelmo::internal::writeNumberLine(file, feature);

@@ -18,6 +18,14 @@
 
 namespace zelmo::internal {
 
+/// A visit put together from one function for each class.
+template <typename... Visits>
+struct Overloaded : Visits... {
+  using Visits::operator()...;
+};
+template <typename... Visits>
+Overloaded(Visits...) -> Overloaded<Visits...>;
+
 /// Hands the record behind a pointer to the overload of \p visit for its class. Both point records
 /// arrive as XFPoint and both line records as XFLine3D2.
 /// \return false, without a call, for a null pointer and for a class that is none of the library's
