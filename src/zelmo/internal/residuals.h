@@ -6,6 +6,7 @@
 /// Signed distances of a point to a feature, as functors for the folds over lanes.
 
 #include <cmath>
+#include <limits>
 
 #include "zelmo/internal/lanes.h"
 
@@ -57,17 +58,74 @@ struct AxisLine {
   }
 };
 
-/// Whether the three coordinates of an offset are strictly below this, the point counts as lying on
-/// the axis point.
+/// An offset whose three coordinates are all strictly below this in magnitude counts as none: the
+/// point then lies on the axis point.
 constexpr double kOnAxisPoint = 0.01;
 
-/// \p on_axis_point for an offset with all coordinates strictly below 0.01 in magnitude, else
-/// \p value. Chained choices of doubles, because the compiler leaves a joint condition scalar.
+inline bool isOnAxisPoint(double qx, double qy, double qz) {
+  return std::fabs(qx) < kOnAxisPoint && std::fabs(qy) < kOnAxisPoint &&
+         std::fabs(qz) < kOnAxisPoint;
+}
+
+/// \p on_axis_point where isOnAxisPoint holds, else \p value. Chained choices of doubles, because the compiler leaves a joint condition scalar.
 ZELMO_ALWAYS_INLINE double orOnAxisPoint(double qx, double qy, double qz, double on_axis_point,
                                          double value) {
   const double by_x = std::fabs(qx) < kOnAxisPoint ? on_axis_point : value;
   const double by_y = std::fabs(qy) < kOnAxisPoint ? by_x : value;
   return std::fabs(qz) < kOnAxisPoint ? by_y : value;
 }
+
+/// Distance to an axis; a point on the axis point counts 0.
+struct LineDistance {
+  AxisLine axis;
+  ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z) const {
+    const double qx = x - axis.px;
+    const double qy = y - axis.py;
+    const double qz = z - axis.pz;
+    return orOnAxisPoint(qx, qy, qz, 0.0, std::sqrt(axis.distanceSquared(qx, qy, qz)));
+  }
+};
+
+/// The same squared, without the root.
+struct LineDistanceSquared {
+  AxisLine axis;
+  ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z) const {
+    const double qx = x - axis.px;
+    const double qy = y - axis.py;
+    const double qz = z - axis.pz;
+    return orOnAxisPoint(qx, qy, qz, 0.0, axis.distanceSquared(qx, qy, qz));
+  }
+};
+
+/// Distance to a cylinder, without sign; a point on the axis point counts as r, with r's sign.
+struct CylinderDistance {
+  AxisLine axis;
+  double r;
+  ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z) const {
+    const double qx = x - axis.px;
+    const double qy = y - axis.py;
+    const double qz = z - axis.pz;
+    const double e = std::fabs(std::sqrt(axis.distanceSquared(qx, qy, qz)) - r);
+    return orOnAxisPoint(qx, qy, qz, r, e);
+  }
+};
+
+/// Distance across the axis to a cone with its apex on the axis point, without sign; NaN for a point
+/// on the apex, whose share the caller knows.
+struct ConeDistance {
+  AxisLine axis;
+  double tangent;
+  /// Radius of the cone at the height of an offset from the apex.
+  ZELMO_ALWAYS_INLINE double radiusAt(double qx, double qy, double qz) const {
+    return std::fabs(axis.along(qx, qy, qz)) * tangent;
+  }
+  ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z) const {
+    const double qx = x - axis.px;
+    const double qy = y - axis.py;
+    const double qz = z - axis.pz;
+    const double e = std::fabs(std::sqrt(axis.distanceSquared(qx, qy, qz)) - radiusAt(qx, qy, qz));
+    return orOnAxisPoint(qx, qy, qz, std::numeric_limits<double>::quiet_NaN(), e);
+  }
+};
 
 }  // namespace zelmo::internal

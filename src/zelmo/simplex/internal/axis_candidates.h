@@ -1,0 +1,41 @@
+// SPDX-FileCopyrightText: LibZelmo contributors
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <algorithm>
+#include <array>
+
+namespace zelmo::internal {
+
+/// The objective value that a fit class publishes for all its objects. Atomic, so that fits on two
+/// threads leave one of their values and not a torn one.
+inline void publish(double& shared, double value) {
+  __atomic_store(&shared, &value, __ATOMIC_RELAXED);
+}
+inline double published(double& shared) {
+  double value = 0.0;
+  __atomic_load(&shared, &value, __ATOMIC_RELAXED);
+  return value;
+}
+
+constexpr std::size_t kCandidateValues = 8;
+
+/// Fits from each of the three principal axes and keeps the parameters of the smallest value; the
+/// first wins a tie, and a NaN never beats another.
+/// \param[in,out] params double[8]
+/// \param[in] fit_from double(int axis, double* params): fits from one axis, gives its value
+template <typename FitFrom>
+void keepBestAxis(double* params, FitFrom fit_from) {
+  std::array<double, kCandidateValues> given;
+  std::copy_n(params, kCandidateValues, given.begin());
+  double best = 0.0;
+  for (int axis = 0; axis < 3; ++axis) {
+    auto candidate = given;
+    const double value = fit_from(axis, candidate.data());
+    if (axis > 0 && !(value < best)) continue;
+    best = value;
+    std::copy(candidate.begin(), candidate.end(), params);
+  }
+}
+
+}  // namespace zelmo::internal
