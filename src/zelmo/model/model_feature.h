@@ -50,9 +50,9 @@ class ZELMO_EXPORT XModelFeature {
   static void getBaseEdgeInfo(const TopoDS_Edge& edge, ModelFeatureType& type,
                               std::vector<float>& data);
 
-  /// Whether an outline is a slot with half-round ends: four segments arc, line, arc, line in either
-  /// start, where each arc may come in two edges. Arcs may be splines, lines may not. Lengths are held
-  /// to 0.01, right angles to 0.0001 of a cosine.
+  /// Whether an outline is a slot with half-round ends: arc, line, arc, line in any start, where each
+  /// arc may come in two halves. Arcs may be splines, lines may not. Lengths are held to 0.01, right
+  /// angles to 0.0001 of a cosine.
   ///
   /// \param[out] groove the slot; parts of it may be written when false is returned
   static bool isOvalGroove(const TopoDS_Wire& wire, XFOvalGroove3D& groove);

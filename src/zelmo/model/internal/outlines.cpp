@@ -172,16 +172,16 @@ class OvalSegments {
     if (!(std::fabs(radius - m_radii[reference]) <= kSameRadius)) return false;
     const Point p = toPoint(edge.curve.start());
     const Point q = toPoint(edge.curve.end());
-    Segment& s = m_segments[target];
+    const Segment s = m_segments[target];
     const auto near = [](const Point& a, const Point& b) { return distanceOf(a, b) < kSamePoint; };
     if (near(p, s.start)) {
-      s = {q, s.end, p};
+      m_segments[target] = {q, s.end, p};
     } else if (near(p, s.end)) {
-      s = {q, s.start, p};
+      m_segments[target] = {q, s.start, p};
     } else if (near(q, s.start)) {
-      s = {p, s.end, q};
+      m_segments[target] = {p, s.end, q};
     } else if (near(q, s.end)) {
-      s = {p, s.start, q};
+      m_segments[target] = {p, s.start, q};
     } else {
       return false;
     }

@@ -9,6 +9,7 @@
 #include <Geom_RectangularTrimmedSurface.hxx>
 #include <Standard_Failure.hxx>
 
+#include "zelmo/internal/through_points.h"
 #include "zelmo/model/internal/edge_analysis.h"
 #include "zelmo/model/internal/surface_patch.h"
 
@@ -27,9 +28,11 @@ constexpr double kSameCircleRadius = 0.05;  // of two circles through one row of
 constexpr double kSameRowRadius = 0.02;     // of the circles of two rows
 constexpr double kStraightCosine = 1e-4;
 constexpr double kOnCenter = 0.001;
+constexpr double kSameSphere = 0.01;
 constexpr int kFewestCylinderUPoles = 4;
 constexpr int kFewestCylinderVPoles = 3;
 constexpr int kFewestTransposedPoles = 4;
+constexpr int kFewestSpherePoles = 9;
 
 bool isCloseIn3(const gp_XYZ& a, const gp_XYZ& b, double limit) {
   return std::fabs(a.X() - b.X()) < limit && std::fabs(a.Y() - b.Y()) < limit &&
@@ -150,6 +153,54 @@ bool writeSplineCylinder(const RowCircles& circles, const gp_XYZ& corner,
   return true;
 }
 
+// ---- sphere -----------------------------------------------------------------------------------
+
+using FloatPoint = std::array<float, 3>;
+
+FloatPoint asFloats(const gp_XYZ& p) {
+  return {static_cast<float>(p.X()), static_cast<float>(p.Y()), static_cast<float>(p.Z())};
+}
+
+/// Center and radius of the sphere through four points.
+std::optional<std::array<float, 4>> sphereOf(const std::array<FloatPoint, 4>& points) {
+  std::array<float, 12> row;
+  for (std::size_t i = 0; i < row.size(); ++i) row[i] = points[i / 3][i % 3];
+  const auto sphere = sphereThrough(row.data(), SquareSums::InDouble);
+  if (!sphere) return std::nullopt;
+  return std::array<float, 4>{sphere->center[0], sphere->center[1], sphere->center[2],
+                              sphere->radius};
+}
+
+bool writeSplineSphere(const SurfacePatch& patch, std::vector<float>& data) {
+  const SurfaceBounds& b = patch.bounds;
+  const double su = b.uSize() * kSampleStep;
+  const double sv = b.vSize() * kSampleStep;
+  const double us[3] = {b.u_min + 3 * su, b.u_min + 7 * su, b.u_min + 11 * su};
+  // CONTRACT: the second and the third sample in v start from the smallest u.
+  const double vs[3] = {b.v_min + 3 * sv, b.u_min + 7 * sv, b.u_min + 11 * sv};
+  std::array<std::array<FloatPoint, 3>, 3> grid;
+  for (std::size_t i = 0; i < 3; ++i) {
+    for (std::size_t j = 0; j < 3; ++j) grid[i][j] = asFloats(patch.at(us[i], vs[j]));
+  }
+  const FloatPoint fourth[3] = {grid[1][1], grid[2][2], grid[0][0]};
+  std::array<float, 4> first{};
+  for (std::size_t i = 0; i < 3; ++i) {
+    const auto sphere = sphereOf({grid[i][0], grid[i][1], grid[i][2], fourth[i]});
+    if (!sphere) return false;
+    if (i == 0) first = *sphere;
+    for (std::size_t k = 0; k < 4; ++k) {
+      const float difference = (*sphere)[k] - first[k];
+      if (!(std::fabs(static_cast<double>(difference)) < kSameSphere)) return false;
+    }
+  }
+  // CONTRACT: the later spheres only vote; the mean is that of the first one with itself.
+  for (const float value : first) {
+    const float sum = value + value + value;
+    data.push_back(sum / 3.0F);
+  }
+  return true;
+}
+
 // ---- entry ------------------------------------------------------------------------------------
 
 bool isAbout(double range, double wanted) { return std::fabs(range - wanted) < kSameRange; }
@@ -201,6 +252,9 @@ ModelFeatureType classifySplinePatch(const SurfacePatch& patch, std::vector<floa
   }
   if (nu < kFewestCylinderUPoles || nv < kFewestCylinderVPoles) return ModelUnknown;
   if (isSplineCylinder(patch, s, data)) return ModelCylinder;
+  if (nu >= kFewestSpherePoles && nv >= kFewestSpherePoles && writeSplineSphere(patch, data)) {
+    return ModelSphere;
+  }
   return ModelUnknown;
 }
 

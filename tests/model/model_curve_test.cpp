@@ -1,0 +1,298 @@
+// SPDX-FileCopyrightText: LibZelmo contributors
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "zelmo/model/model_curve.h"
+
+#include <cmath>
+
+#include <BRepBuilderAPI_Transform.hxx>
+#include <GC_MakeArcOfCircle.hxx>
+#include <GeomConvert.hxx>
+#include <Geom_BSplineCurve.hxx>
+#include <Geom_BezierCurve.hxx>
+#include <Geom_Plane.hxx>
+#include <Geom_TrimmedCurve.hxx>
+#include <Standard_NoSuchObject.hxx>
+#include <Standard_TypeMismatch.hxx>
+#include <TColStd_Array1OfInteger.hxx>
+#include <TColStd_Array1OfReal.hxx>
+#include <TColgp_Array1OfPnt.hxx>
+#include <gmock/gmock.h>
+
+#include "support/cad_outlines.h"
+#include "support/cad_shapes.h"
+#include "zelmo/model/model_feature.h"
+
+namespace xmodelfeature {
+namespace {
+
+using namespace zelmo::test;  // NOLINT(google-build-using-namespace): builders of shapes
+using testing::ElementsAre;
+using testing::FloatNear;
+using testing::Pointwise;
+using testing::SizeIs;
+
+/// A spline of degree 1 through the points.
+TopoDS_Edge polyEdge(const std::vector<gp_Pnt>& points) {
+  const int count = static_cast<int>(points.size());
+  TColgp_Array1OfPnt poles(1, count);
+  TColStd_Array1OfReal knots(1, count);
+  TColStd_Array1OfInteger multiplicities(1, count);
+  for (int i = 1; i <= count; ++i) {
+    poles(i) = points[static_cast<std::size_t>(i - 1)];
+    knots(i) = i;
+    multiplicities(i) = i == 1 || i == count ? 2 : 1;
+  }
+  return BRepBuilderAPI_MakeEdge(new Geom_BSplineCurve(poles, knots, multiplicities, 1)).Edge();
+}
+
+/// A peak that makes the edge longer than its chord of 10 by \p excess.
+TopoDS_Edge peakOf(double excess) {
+  const double leg = 5 + excess / 2;
+  return polyEdge({{0, 0, 0}, {5, std::sqrt(leg * leg - 25), 0}, {10, 0, 0}});
+}
+
+TopoDS_Edge splineArc(double radius, double degrees) {
+  const gp_Circ circle(gp_Ax2(gp_Pnt(1, 2, 3), gp_Dir(1, 2, 2)), radius);
+  const Handle(Geom_TrimmedCurve) arc =
+      GC_MakeArcOfCircle(circle, 0, degrees * kDegree, true).Value();
+  return BRepBuilderAPI_MakeEdge(GeomConvert::CurveToBSplineCurve(arc)).Edge();
+}
+
+TopoDS_Edge bezierEdge() {
+  TColgp_Array1OfPnt poles(1, 2);
+  poles(1) = gp_Pnt(0, 0, 0);
+  poles(2) = gp_Pnt(1, 0, 0);
+  return BRepBuilderAPI_MakeEdge(new Geom_BezierCurve(poles)).Edge();
+}
+
+TopoDS_Edge edgeWithoutCurve() {
+  TopoDS_Edge edge;
+  BRep_Builder().MakeEdge(edge);
+  return edge;
+}
+
+struct EdgeCase {
+  const char* name;
+  TopoDS_Edge edge;
+  ModelFeatureType base;
+  int is_line, is_circle;
+};
+
+TEST(XModelFeatureEdge, BaseInfoAndTheCurveTestsDiffer) {
+  const gp_Elips ellipse(gp_Ax2(gp_Pnt(0, 0, 0), gp_Dir(0, 0, 1)), 5, 4);
+  const EdgeCase cases[] = {
+      {"line", lineEdge(0, 0, 3, 4), ModelLine, 0, -1},
+      {"circle", arcEdge(1, 2, 3, 0, 360), ModelCircle, -1, 0},
+      {"arc", arcEdge(1, 2, 3, 90, 30), ModelCircle, -1, 0},
+      {"straight spline", polyEdge({{0, 0, 0}, {3, 4, 0}}), ModelUnknown, 0, -1},
+      // Its only inner pole lies on the curve, and three points always lie on a circle.
+      {"spline hardly longer than its chord", peakOf(0.0099), ModelCircle, 0, 0},
+      {"spline longer than its chord", peakOf(0.0101), ModelCircle, -1, 0},
+      {"spline that turns both ways", polyEdge({{0, 0, 0}, {3, 2, 0}, {5, -1, 0}, {8, 0, 0}}),
+       ModelUnknown, -1, -1},
+      {"spline arc", splineArc(7, 80), ModelCircle, -1, 0},
+      {"spline arc of three quarters", splineArc(7, 270), ModelCircle, -1, 0},
+      {"smallest spline arc", splineArc(0.0501, 90), ModelCircle, 0, 0},
+      {"spline arc too small", splineArc(0.0499, 90), ModelCircle, 0, -1},
+      {"ellipse", BRepBuilderAPI_MakeEdge(ellipse, 0.0, 2.0).Edge(), ModelUnknown, -1, -1},
+      {"Bezier", bezierEdge(), ModelUnknown, -1, -1},
+      {"no curve", edgeWithoutCurve(), ModelUnknown, -1, -1},
+      {"null", TopoDS_Edge(), ModelUnknown, -1, -1},
+  };
+  const XModelCurve curves;
+  for (const EdgeCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    ModelFeatureType type = ModelPlane;
+    std::vector<float> data = {99.0F};
+    XModelFeature::getBaseEdgeInfo(c.edge, type, data);
+    EXPECT_EQ(type, c.base);
+    EXPECT_THAT(data, SizeIs(c.base == ModelLine ? 6 : c.base == ModelCircle ? 10 : 0));
+    XFLine3D line;
+    XFCircle3D circle;
+    EXPECT_EQ(curves.isLine(c.edge, line), c.is_line);
+    EXPECT_EQ(curves.isCircle(c.edge, circle), c.is_circle);
+    if (c.base == ModelCircle && c.is_circle == 0) {
+      EXPECT_TRUE(circle == XFCircle3D(data));
+    }
+  }
+}
+
+TEST(XModelFeatureEdge, CircleOfASpline) {
+  ModelFeatureType type = ModelUnknown;
+  std::vector<float> data;
+  XModelFeature::getBaseEdgeInfo(splineArc(7, 80), type, data);
+  const XFCircle3D circle(data);
+  EXPECT_THAT(circle.center, Pointwise(FloatNear(1e-4F), {1.0F, 2.0F, 3.0F}));
+  EXPECT_NEAR(circle.radius, 7.0F, 1e-4);
+  const float n[] = {circle.normal[0], circle.normal[1], circle.normal[2]};
+  EXPECT_NEAR(std::fabs(n[0] + 2 * n[1] + 2 * n[2]), 3.0, 1e-5);
+  // The direction of a circle's own X axis plays no part: across the largest component of the normal.
+  const double norm = std::hypot(1.0, n[0] / n[1]);
+  EXPECT_THAT(circle.majorDir,
+              Pointwise(FloatNear(1e-6F), {static_cast<float>(1 / norm),
+                                           static_cast<float>(-n[0] / n[1] / norm), 0.0F}));
+}
+
+TEST(XModelFeatureEdge, LineGoesFromFirstToLastWhateverTheOrientation) {
+  ModelFeatureType type = ModelUnknown;
+  std::vector<float> data;
+  XModelFeature::getBaseEdgeInfo(TopoDS::Edge(lineEdge(1, 2, 3, 4).Reversed()), type, data);
+  EXPECT_THAT(data, ElementsAre(1, 2, 0, 3, 4, 0));
+  TopoDS_Edge no_edge;
+  no_edge.TShape(patchOf(new Geom_Plane(gp::XOY()), 0, 1, 0, 1).TShape());
+  EXPECT_THROW(XModelFeature::getBaseEdgeInfo(no_edge, type, data), Standard_TypeMismatch);
+}
+
+// ---- the lists --------------------------------------------------------------------------------
+
+Edges movedBy(const Edges& edges, double x, double y) {
+  gp_Trsf shift;
+  shift.SetTranslation(gp_Vec(x, y, 0));
+  Edges moved;
+  for (const TopoDS_Edge& edge : edges) {
+    moved.push_back(TopoDS::Edge(edge.Moved(TopLoc_Location(shift))));
+  }
+  return moved;
+}
+
+/// A plate with one hole of each kind and a double-D bore, far enough from one another.
+TopoDS_Face plate() {
+  const double d = std::sqrt(39.0), angle = std::atan2(5, d) / kDegree;
+  return plateWith(200, 100,
+                   {movedBy(slotEdges(20, 5), -100, 0),
+                    movedBy(rectangleEdges(12, 8), 0, 50),
+                    movedBy(roundEdges(20, 8, 3, 3), 100, 0),
+                    movedBy({arcEdge(0, 0, 6, 0, 360)}, 0, -50),
+                    {lineEdge(-d, -5, d, -5), arcEdge(0, 0, 8, -angle, angle),
+                     lineEdge(d, 5, -d, 5), arcEdge(0, 0, 8, 180 - angle, 180 + angle)}});
+}
+
+TEST(XModelCurve, ListsEachHoleOnceAndNeverTheOuterOutline) {
+  XModelCurve curves;
+  const TopoDS_Shape shape = BRepBuilderAPI_Transform(plate(), tiltedPose()).Shape();
+  curves.setData(shape);
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(curves.getCurveData(shape), 0);
+    EXPECT_THAT(curves.lines, SizeIs(4 + 2 + 4 + 4 + 2));
+    EXPECT_THAT(curves.circles, SizeIs(2 + 4 + 1 + 1)) << "both arcs of the bore are one circle";
+    ASSERT_THAT(curves.ovalGrooves, SizeIs(1));
+    ASSERT_THAT(curves.roundGrooves, SizeIs(1));
+    ASSERT_THAT(curves.rectangles, SizeIs(1));
+  }
+  EXPECT_NEAR(curves.ovalGrooves[0].halfStraight, 20.0F, 1e-4);
+  EXPECT_NEAR(curves.roundGrooves[0].cornerRadius, 3.0F, 1e-4);
+  EXPECT_NEAR(curves.rectangles[0].halfLength, 12.0F, 1e-4);
+  const gp_Pnt center = gp_Pnt(0, 50, 0).Transformed(tiltedPose());
+  EXPECT_NEAR(curves.rectangles[0].center[0], center.X(), 1e-4);
+
+  const XModelCurve copy = curves;
+  const XModelCurve empty;
+  int rectangle_edges = 0;
+  for (TopExp_Explorer walk(shape, TopAbs_EDGE); walk.More(); walk.Next()) {
+    XFRectangle3D rectangle;
+    const TopoDS_Edge& edge = TopoDS::Edge(walk.Current());
+    rectangle_edges += copy.isRectangle(edge, rectangle) == 0;
+    EXPECT_EQ(empty.isRectangle(edge, rectangle), -1);
+  }
+  EXPECT_EQ(rectangle_edges, 4);
+}
+
+TEST(XModelCurve, EdgesThatTheModelDoesNotHave) {
+  XModelCurve curves;
+  curves.setData(TopoDS_Shape());
+  EXPECT_EQ(curves.getCurveData(TopoDS_Shape()), 0);
+  curves.setData(plate());
+  XFOvalGroove3D groove;
+  EXPECT_EQ(curves.isOvalGroove(TopoDS_Edge(), groove), -1);
+  try {
+    curves.isOvalGroove(lineEdge(0, 0, 1, 0), groove);
+    ADD_FAILURE() << "no exception";
+  } catch (const Standard_NoSuchObject& failure) {
+    EXPECT_STREQ(failure.GetMessageString(), "NCollection_IndexedDataMap::FindFromKey");
+  }
+  // An edge in a wire that bounds no face.
+  XModelCurve free_wire;
+  const TopoDS_Wire wire = wireOf(slotEdges(20, 5));
+  free_wire.setData(wire);
+  EXPECT_EQ(free_wire.getCurveData(wire), 0);
+  EXPECT_THAT(free_wire.lines, SizeIs(2));
+  EXPECT_THAT(free_wire.ovalGrooves, SizeIs(0));
+}
+
+// ---- poly lines -------------------------------------------------------------------------------
+
+std::vector<XFPoint> pointsOf(const TopoDS_Edge& edge) {
+  std::vector<XFModelEdge> edges(3);
+  XModelCurve().getCurveSplitData(edge, edges);
+  if (edges.size() != 1) return {};
+  EXPECT_TRUE(edges[0].edge.IsSame(edge));
+  return edges[0].points;
+}
+
+TEST(XModelCurveSplit, OneRecordForEveryEdgeInEveryFace) {
+  std::vector<XFModelEdge> edges(99);
+  XModelCurve().getCurveSplitData(BRepPrimAPI_MakeBox(1, 2, 3).Shape(), edges);
+  EXPECT_THAT(edges, SizeIs(24));
+  for (const XFModelEdge& edge : edges) EXPECT_THAT(edge.points, SizeIs(2));
+  XModelCurve().getCurveSplitData(together({edgeWithoutCurve(), lineEdge(0, 0, 1, 1)}), edges);
+  ASSERT_THAT(edges, SizeIs(1));
+  EXPECT_EQ(edges[0].points[1].y, 1.0F);
+  XModelCurve().getCurveSplitData(TopoDS_Shape(), edges);
+  EXPECT_THAT(edges, SizeIs(0));
+}
+
+TEST(XModelCurveSplit, ArcsWithinTheirChordError) {
+  const struct {
+    double radius, degrees;
+    std::size_t points;
+  } arcs[] = {
+      // floor(angle / (2 acos(1 - d / r)) + 1) chords, d = 0.05 or a quarter of a radius below 0.05
+      {10, 120, 12}, {1000, 10, 10}, {0.02, 179, 5}, {0.049, 358, 6}, {2, 20, 5},
+  };
+  for (const auto& arc : arcs) {
+    SCOPED_TRACE(arc.radius);
+    const auto points = pointsOf(arcEdge(0, 0, arc.radius, 0, arc.degrees));
+    ASSERT_THAT(points, SizeIs(arc.points));
+    const double chords = static_cast<double>(points.size() - 1);
+    const double sagitta = arc.radius * (1 - std::cos(arc.degrees * kDegree / chords / 2));
+    EXPECT_LE(sagitta, arc.radius < 0.05 ? arc.radius * 0.25 : 0.05);
+    for (std::size_t i = 0; i < points.size(); ++i) {
+      const double angle = arc.degrees * kDegree * static_cast<double>(i) / chords;
+      EXPECT_NEAR(points[i].x, arc.radius * std::cos(angle), 1e-4);
+      EXPECT_NEAR(points[i].y, arc.radius * std::sin(angle), 1e-4);
+    }
+  }
+}
+
+// The middle of a full circle lies opposite its ends: the angle of 180 counts as radians.
+TEST(XModelCurveSplit, FullCircleCountsDegreesAsRadians) {
+  const double half_step = std::acos(1 - 0.05 / 10);
+  const auto expected = static_cast<std::size_t>(360 / (2 * half_step) + 1) + 1;
+  EXPECT_THAT(pointsOf(arcEdge(0, 0, 10, 0, 360)), SizeIs(expected));
+  EXPECT_THAT(pointsOf(arcEdge(0, 0, 1e30, 0, 90)), SizeIs((1 << 20) + 1)) << "bounded";
+}
+
+TEST(XModelCurveSplit, OtherCurvesAreHalvedWhereTheyBend) {
+  const gp_Elips ellipse(gp_Ax2(gp_Pnt(0, 0, 0), gp_Dir(0, 0, 1)), 50, 20);
+  const auto points = pointsOf(BRepBuilderAPI_MakeEdge(ellipse, 0.0, 3.0).Edge());
+  ASSERT_GT(points.size(), 10U);
+  ASSERT_LE(points.size(), 129U);
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    EXPECT_NEAR(std::hypot(points[i].x / 50, points[i].y / 20), 1.0, 1e-6);
+    if (i > 0) {
+      EXPECT_LT(points[i].x, points[i - 1].x);
+      // The ellipse's own point between the two lies about 0.05 off their middle at most.
+      const double t = (std::acos(points[i].x / 50.0) + std::acos(points[i - 1].x / 50.0)) / 2;
+      const double x = (points[i].x + points[i - 1].x) / 2 - 50 * std::cos(t);
+      const double y = (points[i].y + points[i - 1].y) / 2 - 20 * std::sin(t);
+      EXPECT_LT(std::hypot(x, y), 0.06);
+    }
+  }
+  const gp_Elips large(gp_Ax2(gp_Pnt(0, 0, 0), gp_Dir(0, 0, 1)), 5e4, 4e4);
+  EXPECT_THAT(pointsOf(BRepBuilderAPI_MakeEdge(large, 0.0, 3.0).Edge()), SizeIs(129));
+  EXPECT_THAT(pointsOf(BRepBuilderAPI_MakeEdge(ellipse).Edge()), SizeIs(2)) << "ends coincide";
+  EXPECT_THAT(pointsOf(bezierEdge()), SizeIs(2)) << "nothing to bend";
+}
+
+}  // namespace
+}  // namespace xmodelfeature
