@@ -64,14 +64,14 @@ ZELMO_MULTIVERSION void storeResiduals(const PointView& points, const ConeDeviat
   laneResiduals<3>(points.data(), points.count(), from, out);
 }
 
-ZELMO_MULTIVERSION void storeResiduals(const FlatPointView& points, const CircleDeviation& from,
+ZELMO_MULTIVERSION void storeResiduals(const PlanarView& points, const CircleDeviation& from,
                                        double* out) {
-  laneResiduals<2>(points.data, points.count, from, out);
+  laneResiduals<2>(points.data(), points.count(), from, out);
 }
 
-ZELMO_MULTIVERSION void storeResiduals(const FlatPointView& points, const InscribedDeviation& from,
+ZELMO_MULTIVERSION void storeResiduals(const PlanarView& points, const InscribedDeviation& from,
                                        double* out) {
-  laneResiduals<2>(points.data, points.count, from, out);
+  laneResiduals<2>(points.data(), points.count(), from, out);
 }
 
 }  // namespace zelmo::internal

@@ -33,7 +33,7 @@ void storeResiduals(const PointView& points, const CylinderDeviation<NearPoint::
 void storeResiduals(const PointView& points, const ConeDeviation& from, double* out);
 
 /// Distance of x, y pairs from a circle.
-void storeResiduals(const FlatPointView& points, const CircleDeviation& from, double* out);
+void storeResiduals(const PlanarView& points, const CircleDeviation& from, double* out);
 
 /// What an inscribed circle is driven by: a reward for size, and a penalty on points inside.
 struct InscribedDeviation {
@@ -50,6 +50,6 @@ struct InscribedDeviation {
   }
 };
 
-void storeResiduals(const FlatPointView& points, const InscribedDeviation& from, double* out);
+void storeResiduals(const PlanarView& points, const InscribedDeviation& from, double* out);
 
 }  // namespace zelmo::internal
