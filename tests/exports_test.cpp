@@ -6,3 +6,16 @@
 #include <zelmo/zelmo.h>
 
 TEST(SharedLibrary, IsOfTheVersionItsHeadersName) { EXPECT_STREQ(zelmo::version(), ZELMO_VERSION); }
+
+TEST(SharedLibrary, FeatureRecordsKeepTheirClassAcrossIt) {
+  const float xyz[3] = {1, 2, 3};
+  xgeofeature::XFCircle3D circle(xyz, xyz, 4);
+  xgeofeature::XFPoint point(xyz);
+  xgeofeature::XFBase* const records[] = {&circle, &point};
+  EXPECT_EQ(records[0]->getFeatureType(), xgeofeature::GeoCircle);
+  EXPECT_NE(dynamic_cast<xgeofeature::XFPoint*>(records[1]), nullptr);
+  // The writer looks for the class that the host's own code made.
+  EXPECT_THROW(xexportfiles::XExportFiles::Export2DFeature(records[1], std::wstring(1, 0xD800)),
+               std::range_error);
+  EXPECT_EQ(xexportfiles::XExportFiles::Export3DFeature(records[1], L"no file"), -1);
+}

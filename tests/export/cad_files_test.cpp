@@ -1,10 +1,12 @@
 // SPDX-FileCopyrightText: LibZelmo contributors
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <functional>
+#include <future>
 #include <limits>
 #include <numeric>
 #include <string>
@@ -33,6 +35,7 @@
 #include "support/temporary_folder.h"
 #include "zelmo/export/export_files.h"
 #include "zelmo/export/internal/feature_shapes.h"
+#include "zelmo/internal/cad_lock.h"
 #include "zelmo/model/model_3d_feature.h"
 
 namespace xexportfiles {
@@ -263,6 +266,7 @@ void expectSolids(const xmodelfeature::XModel3DFeature& model, const Records& r,
   for (const auto& plane : model.planes) {
     has_own_plane = has_own_plane ||
                     (apart(plane.center, kCenter) < kClose &&
+                     std::fabs(cv::Vec3f(plane.majorDir).dot(cv::Vec3f(kX))) > 0.999F &&
                      std::fabs(plane.length - 12) < 2e-6F && std::fabs(plane.width - 4.8F) < 2e-6F);
   }
   EXPECT_TRUE(has_own_plane);
@@ -359,6 +363,8 @@ TEST_F(CadFiles, APolyLineThatGivesNoCurveIsAnswered) {
   // Equal neighbours.
   const XFPoint p(1, 2, 3);
   const XFPolyLine still(std::vector<XFPoint>{{0, 0, 0}, p, p, {5, 5, 5}});
+  const XFPolyLine nearly(std::vector<XFPoint>{{0, 0, 0}, {5e-7F, 0, 0}, p, {5, 5, 5}});
+  EXPECT_THROW(writePoly(nearly, 3), Standard_Failure);
   EXPECT_THROW(writePoly(still, 2), Standard_Failure);
   EXPECT_THROW(writePoly(still, 3), Standard_Failure);
 }
@@ -480,6 +486,13 @@ TEST_F(CadFiles, ASlotWithoutStraightSidesHasItsArcsOnOneAnother) {
   }
 }
 
+TEST_F(CadFiles, TheSidesOfASlotNeverCross) {
+  // So far beyond the middle that both arcs keep their first direction.
+  const XFOvalGroove3D slot(kCenter, kZ, kX, -20, 5);
+  ASSERT_EQ(write2D(&slot), 0);
+  EXPECT_NEAR(lengthOf(readIgesCurves(m_path).edges), 80 + 10 * M_PI, 1e-5);
+}
+
 // --- what the process shares ---------------------------------------------------------------------
 
 bool isInInches(const std::filesystem::path& path) {
@@ -502,6 +515,26 @@ TEST_F(CadFiles, ACylinderLeavesInchesBehindOnceStepWasUsed) {
     std::_Exit(!in_inches[0] && !in_inches[1] && in_inches[2] ? 0 : 1);
   };
   EXPECT_EXIT(firstTwo(), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(CadFiles, EveryWriterWaitsForTheLock) {
+  Records records;
+  const std::function<int()> writers[] = {
+      [&] { return XExportFiles::Export2DFeature(&records.circle, path()); },
+      [&] { return XExportFiles::Export3DFeature(&records.sphere, path()); },
+      [&] { return XExportFiles::ExportFeature2Step(records.all, path()); },
+      [&] { return XExportFiles::ExportStep(zelmo::test::together({}), path()); }};
+  standardOutputOf([&] {
+    for (const auto& writer : writers) {
+      std::future<int> result;
+      {
+        const zelmo::internal::CadLock lock;
+        result = std::async(std::launch::async, writer);
+        EXPECT_EQ(result.wait_for(std::chrono::milliseconds(60)), std::future_status::timeout);
+      }
+      EXPECT_EQ(result.get(), 0);
+    }
+  });
 }
 
 TEST_F(CadFiles, ThreadsTakeTurns) {
