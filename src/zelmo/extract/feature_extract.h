@@ -34,10 +34,10 @@ namespace xgeofeature {
 /// float, nearest first and the lower index first on a tie. It keeps those that pass its tests, in
 /// this order. Tests that say "at most" and "at least" include equality. Nothing is fitted.
 ///
-/// Before setData, on an empty cloud, around a center that is not finite and for a nominal whose
-/// radius is not greater than 0 or not a number a search finds nothing. Points that are not finite
-/// are never found, and a normal that is not finite fails every test of normals. Normals are taken
-/// to be of unit length.
+/// Before setData, on an empty cloud, around a center that is not finite and in a neighbourhood
+/// whose radius is not greater than 0 a search finds nothing. Points that are not finite are never
+/// found, and a normal that is not finite fails every test of normals. Normals are taken to be of
+/// unit length; those of a nominal, and its directions, are used as they are.
 ///
 /// One object serves one thread at a time. A copy shares the cloud and the tree; a later setData of
 /// either leaves the other's alone.
@@ -89,7 +89,106 @@ class ZELMO_EXPORT XGeoFeatureExtract {
   /// \note A normal that points to the other side does not fit.
   void searchPlane(const XFPlane& plane);
 
+  /// Points of a cylinder's wall.
+  ///
+  /// Kept are points within 1.1 times the distance from the center to the rim of an end whose
+  /// distance from the axis differs by at most maxDis from the radius, with normals at least 60
+  /// degrees off the axis.
+  /// \note The height sets the neighbourhood only: points beyond the ends are kept.
+  void searchCylinder(const XFCylinder& cylinder);
+
+  /// Points of a cone's wall, whatever their normals.
+  ///
+  /// Kept are points within 1.1 times the reach of the base's rim from the middle between base and
+  /// top. The distance of a point from the axis, scaled by 1 / height, is compared with its distance
+  /// from the apex times topRadius over the distance from top to apex; the two differ by at most
+  /// maxDis. The apex is computed from base, top and radii, the fields apex and halfAngle are not
+  /// read.
+  /// \note With equal radii, with a topRadius of 0 and with a height of 0 nothing is found.
+  void searchCone(const XFCone& cone);
+
+  /// Points of a sphere.
+  ///
+  /// Kept are points whose distance from the center differs from the radius by at most maxDis and at
+  /// most a fifth of the radius, with normals at most 60 degrees off the outward direction.
+  void searchSphere(const XFSphere& sphere);
+
+  /// Boundary points near the edge of a hole or a part.
+  ///
+  /// Kept are those of indexBoundary, in its order, that lie within radius + 4 of the center and off
+  /// the circle's plane by at most a tenth of the radius and at most 3. Neither maxDis nor the
+  /// normals are used. indexBoundary is taken to be ascending; an index that is not above all before
+  /// it is passed over.
+  void searchCircle(const XFCircle3D& circle);
+
+  /// The wall of a bore below a circle, and a ring of the surface around it.
+  ///
+  /// indexResult takes the points of the wall of the circle's radius that starts \p gap below the
+  /// circle's plane, against its normal, and is \p depth deep: at most maxDis / 2 off the wall,
+  /// between its ends, with normals at least 60 degrees off the axis. With \p withRing,
+  /// indexResult2 takes the points at most maxDis off the plane whose distance from the center is at
+  /// least radius + \p ringGap and at most \p ringWidth more, with normals at most 60 degrees off
+  /// the circle's, on either side; otherwise it is empty.
+  ///
+  /// While it runs it writes \p gap and \p depth, each with a blank behind it, and a line end to the
+  /// file "_20190125.txt" in the current directory, replacing what is there. A file that can't be
+  /// written changes nothing else. Two such searches at once contend for the file.
+  /// \note No wall is found where \p depth is 0, negative or not a number.
+  void searchCircle(const XFCircle3D& circle, const float& gap, const float& depth,
+                    const float& ringGap, const float& ringWidth, bool withRing);
+
+  /// A flat ring along a circle, and one farther out.
+  ///
+  /// indexResult takes the points at most maxDis off the circle's plane and at most \p ringHalf off
+  /// the circle, inwards or outwards, with normals at most 60 degrees off the circle's, on either
+  /// side. Where \p ringGap is above the radius, everything inside the circle is taken too. With
+  /// \p withRing, indexResult2 takes the ring that \ref searchCircle takes; otherwise it is empty.
+  /// \note With \p ringHalf above the radius the inner limit is \p ringHalf - radius.
+  void searchCircle2(const XFCircle3D& circle, const float& ringHalf, const float& ringGap,
+                     const float& ringWidth, bool withRing);
+
+  /// Points of the rectangle around an oval groove.
+  ///
+  /// Kept are points within 1.1 times the reach of that rectangle's corners that lie at most 0.2 off
+  /// the plane through the center, at most 1.1 times each half side off the lines through the center,
+  /// with normals at most 60 degrees off the groove's. maxDis is not used.
+  void searchOvalGroove(const XFOvalGroove3D& groove);
+
+  /// Points of a rectangle, by the tests of \ref searchOvalGroove.
+  void searchRectangle(const XFRectangle3D& rectangle);
+
+  /// Points of the rectangle around a round groove, by the tests of \ref searchOvalGroove.
+  void searchRoundGroove(const XFRoundGroove3D& groove);
+
+  /// All points of the neighbourhood of \p point.
+  void searchPoint(const XFPoint& point, const float& radius);
+
+  /// The mean of the neighbourhood of \p point.
+  ///
+  /// \param[out] out sums in float, nearest point first, divided by the number of points; stays as
+  ///     it is on failure
+  /// \return 0; -1 when the neighbourhood is empty; -2 when \p radius is not greater than 0, which
+  ///     leaves indexResult as it is
+  /// \note indexResult is empty afterwards, also on success.
+  int searchPoint(const XFPoint& point, const float& radius, XFPoint& out);
+
+  /// A surface point along a nominal normal.
+  ///
+  /// indexResult takes the points at most \p thickness off the plane through the nominal point and
+  /// at most \p radius off its normal, with normals at most \p angleDegrees off the nominal one.
+  ///
+  /// \param[out] out the mean of these points, as above, moved onto the nominal normal; stays as it
+  ///     is on failure
+  /// \return 0; -1 when no point is found; -2 when \p radius or \p thickness is not greater than 0
+  ///     or \p angleDegrees is not in 0 to 90, which leaves indexResult as it is
+  int searchPoint(const XFPointN& nominal, const float& radius, const float& thickness,
+                  const float& angleDegrees, XFPoint& out);
+
  private:
+  template <typename Ball, typename Shape>
+  std::vector<int> find(const Ball& ball, const Shape& shape) const;
+  void findRing(const XFCircle3D& circle, float inner, float outer, std::vector<int>& found) const;
+
   std::shared_ptr<const zelmo::internal::SearchIndex> m_index;
 };
 
