@@ -31,6 +31,11 @@ struct PlaneTriple {
                              const cv::Vec3d& n2) {
     return {{n0, n1, n2}, {point, point, point}};
   }
+
+  /// From arrays of three normals and three points.
+  static PlaneTriple of(const cv::Vec3d* normals, const cv::Point3d* points) {
+    return {{normals[0], normals[1], normals[2]}, {points[0], points[1], points[2]}};
+  }
 };
 
 /// \p v made unit; a zero vector stays zero.

@@ -34,13 +34,9 @@ void X3DFit::getMatRByVector(const cv::Vec3d& from, const cv::Vec3d& to, cv::Mat
 void X3DFit::alignBy3Plane(const cv::Vec3d* targetNormals, const cv::Point3d* targetPoints,
                            const cv::Vec3d* sourceNormals, const cv::Point3d* sourcePoints,
                            double* const rt) {
-  PlaneTriple target;
-  PlaneTriple source;
-  std::copy_n(targetNormals, 3, target.normals.begin());
-  std::copy_n(targetPoints, 3, target.points.begin());
-  std::copy_n(sourceNormals, 3, source.normals.begin());
-  std::copy_n(sourcePoints, 3, source.points.begin());
-  const auto rigid = alignByPlanes(target, source, OppositeCross::AnyHalfTurn);
+  const auto rigid =
+      alignByPlanes(PlaneTriple::of(targetNormals, targetPoints),
+                    PlaneTriple::of(sourceNormals, sourcePoints), OppositeCross::AnyHalfTurn);
   if (rigid) std::copy(rigid->begin(), rigid->end(), rt);
 }
 

@@ -1,0 +1,68 @@
+// SPDX-FileCopyrightText: LibZelmo contributors
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <vector>
+
+#include <opencv2/core/types.hpp>
+#include <zelmo/export.h>
+
+#include "zelmo/curvefit/curve_fit.h"
+#include "zelmo/curvefit/fit_method.h"
+#include "zelmo/feature/circle.h"
+
+namespace zelmo::internal {
+class PointView;
+}  // namespace zelmo::internal
+
+namespace xcurve3dfit {
+
+/// Fits a circle to measured points in space.
+///
+/// The plane is always that of the least sum of absolute distances; the outline is then fitted in it.
+/// An object holds its last successful result and nothing else; one object serves one thread at a
+/// time, different objects may run at once.
+class ZELMO_EXPORT XCircle3DFit : public XCurve3DFit {
+ public:
+  float center[3] = {};
+  float normal[3] = {};
+  float majorDir[3] = {};
+  float radius = 0;
+
+  /// Fits the outline that \p method asks for.
+  ///
+  /// \param[in] points float[3 * count]: x, y, z per point
+  /// \param[in] count number of points
+  /// \param[out] out float[10]: center, normal, majorDir (local X of the plane), radius; lengths in
+  ///     the points' unit
+  /// \param[in] method LeastSquare: the algebraic circle in the plane. LeastAbsDev to
+  ///     ChebyshevCircumscribed: a descent from it on the score named there. Any other value, negative
+  ///     ones too: the largest circle with no point inside.
+  /// \return true; false with fewer than 4 points, a point that is not finite, or points that have no
+  ///     algebraic circle (collinear ones among them), with \p out and the object unchanged. A descent
+  ///     that stops short is not reported.
+  bool Fit(const float* points, const int& count, float* out, FitMethod method);
+
+  /// \copydoc Fit(const float*, const int&, float*, FitMethod)
+  bool Fit(const std::vector<cv::Point3f>& points, float* out, FitMethod method);
+
+  /// The same, with the fitted normal turned to the side on which more measured normals lie.
+  ///
+  /// \param[in] points float[3 * count]
+  /// \param[in] normals float[3 * count]; a normal across the fitted one counts against it, and a tie
+  ///     leaves it
+  /// \param[in] count number of points and of normals
+  /// \param[out] out float[10] as above
+  /// \param[in] method as above
+  /// \return as above
+  bool Fit(const float* points, const float* normals, const int& count, float* out,
+           FitMethod method);
+
+  /// The result of the last successful fit.
+  void getCircle(xgeofeature::XFCircle3D& record) const;
+
+ private:
+  bool fitView(const zelmo::internal::PointView& points, float* out, FitMethod method);
+};
+
+}  // namespace xcurve3dfit

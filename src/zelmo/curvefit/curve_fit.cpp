@@ -1,0 +1,44 @@
+// SPDX-FileCopyrightText: LibZelmo contributors
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "zelmo/curvefit/curve_fit.h"
+
+#include <algorithm>
+
+#include "zelmo/feature/frame_toolkit.h"
+
+namespace xcurve3dfit {
+
+using namespace zelmo::internal;  // NOLINT(google-build-using-namespace): the kernels of this shell
+
+int XCurve3DFit::Intersection3Planes(const cv::Vec3d* normals, const cv::Point3d* points,
+                                     cv::Mat& out) {
+  const auto point = intersectionOfPlanes(normals, points);
+  if (point) out = *point;
+  return point ? 1 : 0;
+}
+
+void XCurve3DFit::getMatRByVector(const cv::Vec3d& from, const cv::Vec3d& to, cv::Mat& R) {
+  R = cv::Mat(rotationBetween(from, to));
+}
+
+void XCurve3DFit::alignBy3Plane(const cv::Vec3d* targetNormals, const cv::Point3d* targetPoints,
+                                const cv::Vec3d* sourceNormals, const cv::Point3d* sourcePoints,
+                                double* const rt) {
+  const auto rigid =
+      alignByPlanes(PlaneTriple::of(targetNormals, targetPoints),
+                    PlaneTriple::of(sourceNormals, sourcePoints), OppositeCross::AnyHalfTurn);
+  if (rigid) std::copy(rigid->begin(), rigid->end(), rt);
+}
+
+int XCurve3DFit::convertMatrixRT(const double* const in, double* const out) {
+  const Rigid inverse = rigidInverse(in);
+  std::copy(inverse.begin(), inverse.end(), out);
+  return 1;
+}
+
+void XCurve3DFit::projection2Plane(const std::vector<cv::Point3f>& points, double* const plane,
+                                   std::vector<cv::Point3f>& out) {
+  projectOnPlane(PointView(points), plane, out);
+}
+
+}  // namespace xcurve3dfit
