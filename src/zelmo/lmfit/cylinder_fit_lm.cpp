@@ -6,8 +6,8 @@
 
 #include "zelmo/feature/frame_toolkit.h"
 #include "zelmo/internal/console.h"
-#include "zelmo/lmfit/internal/axis_values.h"
 #include "zelmo/lmfit/internal/consensus_seed.h"
+#include "zelmo/lmfit/internal/derived_values.h"
 #include "zelmo/lmfit/internal/fit_stages.h"
 #include "zelmo/lmfit/internal/residual_kernels.h"
 
@@ -99,16 +99,7 @@ void XCylinderFitLM::calcStatistics(const float* points, const int& count, float
 }
 
 void XCylinderFitLM::getValue(const float* points, const float* /*normals*/, const int& count) {
-  const zi::AxisExtent extent = zi::extentAlong(zi::PointView(points, count), center, axis);
-  const double extent_length = extent.length();
-  height = static_cast<float>(extent_length);
-  const double half = extent_length * 0.5;
-  for (int i = 0; i < 3; ++i) {
-    const double u = axis[i];
-    center[i] = static_cast<float>(center[i] + u * extent.middle());
-    top[i] = static_cast<float>(center[i] + u * half);
-    base[i] = static_cast<float>(center[i] - u * half);
-  }
+  zi::updateCylinderValues(*this, zi::PointView(points, count));
 }
 
 void XCylinderFitLM::getCylinder(xgeofeature::XFCylinder& cylinder) {

@@ -6,9 +6,10 @@
 #include <array>
 #include <cmath>
 
-#include "zelmo/feature/internal/local_frame.h"
+#include "zelmo/feature/frame_toolkit.h"
 #include "zelmo/internal/normal_vote.h"
 #include "zelmo/internal/regression.h"
+#include "zelmo/lmfit/internal/derived_values.h"
 #include "zelmo/lmfit/internal/fit_stages.h"
 #include "zelmo/lmfit/internal/residual_kernels.h"
 
@@ -130,52 +131,7 @@ void XPlaneFitLM::calcStatistics(const float* points, const int& count, float* c
 }
 
 void XPlaneFitLM::getValue(const float* points, const float* normals, const int& count) {
-  double params[4];
-  paramsOf(params);
-  float corner[12];
-  std::copy(corners, corners + 12, corner);
-  getFourCorner(points, count, params, corner);
-  std::copy(corner, corner + 12, corners);
-  const float direction[3] = {a, b, c};
-  const auto vote = zi::voteOfNormals(zi::PointView(normals, count), direction);
-  if (vote.others > vote.positive) {
-    a = -a;
-    b = -b;
-    c = -c;
-    d = -d;
-  }
-  normal[0] = a;
-  normal[1] = b;
-  normal[2] = c;
-}
-
-void XPlaneFitLM::getFourCorner(const float* points, const int& count, double* const params,
-                                float* const corner) {
-  std::vector<cv::Point3f> projected;
-  zi::projectOnPlane(zi::PointView(points, count), params, projected);
-  const cv::Vec3d direction(params[0], params[1], params[2]);
-  zi::LocalFrameOptions options;
-  options.no_axis_point = zi::NoAxisPoint::FallbackAxis;
-  const auto frame = zi::localFrame(projected, zi::meanOf(projected), direction, options);
-  if (!frame) return;
-  const cv::RotatedRect box = zi::boundingRectangle(zi::toLocal(projected, *frame));
-  const auto around = zi::axisParallelCorners(box, *frame);
-  std::copy(around.begin(), around.end(), corner);
-
-  float degrees = box.angle;
-  const bool is_wide = box.size.width * 0.5 > box.size.height * 0.5;
-  if (!is_wide) degrees += 90.0F;
-  length = is_wide ? box.size.width : box.size.height;
-  width = is_wide ? box.size.height : box.size.width;
-  const double radians = degrees * CV_PI / 180.0;
-  const cv::Vec3d along(std::cos(radians), std::sin(radians), 0.0);
-  const cv::Vec3d major = zi::rotateDirection(frame->world_from_local, along);
-  const cv::Point3d middle = zi::toWorld(*frame, box.center.x, box.center.y);
-  const cv::Vec3d middle_of_box(middle.x, middle.y, middle.z);
-  for (int i = 0; i < 3; ++i) {
-    majorDir[i] = static_cast<float>(major[i]);
-    center[i] = static_cast<float>(middle_of_box[i]);
-  }
+  zi::updatePlaneValues(*this, zi::PointView(points, count), zi::PointView(normals, count));
 }
 
 void XPlaneFitLM::getPlane(xgeofeature::XFPlane& plane) {

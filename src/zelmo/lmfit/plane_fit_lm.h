@@ -92,8 +92,6 @@ class ZELMO_EXPORT XPlaneFitLM : public ZelmoLM {
   void calcStatistics(const float* points, const int& count, float* const stats,
                       std::vector<float>& residuals);
   void getValue(const float* points, const float* normals, const int& count);
-  void getFourCorner(const float* points, const int& count, double* const params,
-                     float* const corner);
   void surfaceDirection(const float* point, double* direction) const;
   void paramsOf(double* params) const;
   void storeParams(const double* params);

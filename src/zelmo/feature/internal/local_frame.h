@@ -71,7 +71,8 @@ std::optional<LocalProjection> projectToLocal(const PointView& points, const dou
 cv::Point3d toWorld(const LocalFrame& frame, double x, double y);
 
 /// cv::minAreaRect, made safe: points that are not finite are left out, and no points give a
-/// rectangle of size 0 at the origin. The angle lies in (0, 90].
+/// rectangle of size 0 at the origin. The angle lies in (0, 90] unless all points are on one line;
+/// coordinates beyond about 1e18 give a center that is not a number.
 cv::RotatedRect boundingRectangle(const std::vector<cv::Point2f>& points);
 
 /// The four corners of the rectangle with \p box's center and size but parallel to the local axes,
