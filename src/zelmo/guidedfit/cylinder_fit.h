@@ -1,0 +1,59 @@
+// SPDX-FileCopyrightText: LibZelmo contributors
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <zelmo/export.h>
+
+#include "zelmo/feature/cylinder.h"
+#include "zelmo/simplex/simplex_state.h"
+
+namespace xgeofit {
+
+/// The least-squares cylinder of touch points, compensated for the radius of the probe's tip.
+///
+/// Each of the three principal axes of the points is tried as a start, so that short wide cylinders
+/// are found as well. All forms return 0, or -1 below 6 points: the fields then stay as they were and
+/// no array is written. A copy shares the original's minimiser; one object serves one thread at a
+/// time, different objects may run at once.
+class ZELMO_EXPORT XCylinderFit {
+ public:
+  float center[3] = {};  ///< half way between base and top
+  float axis[3] = {};    ///< unit, from base to top
+  float radius = 0;
+  float height = 0;  ///< extent of the points along the axis
+  float base[3] = {};
+  float top[3] = {};
+
+  XCylinderFit();
+
+  /// Fits the cylinder.
+  ///
+  /// \param[in] points float[3 * count]: x, y, z per point
+  /// \param[in] normals float[3 * count], not read
+  /// \param[in] count number of points
+  int Fit(const float* points, const float* normals, const int& count);
+
+  /// The same, then compensated: the first point's normal tells whether the cylinder was touched
+  /// from inside (it looks towards the axis, the radius grows) or from outside.
+  ///
+  /// \param[in] radius radius of the probe's tip
+  /// \param[out] compensated float[3 * count], or null: each point's place on the compensated surface
+  /// \param[out] errors float[3 * count], or null: radial deviations from the compensated cylinder
+  int Fit(const float* points, const float* normals, const int& count, const float& radius,
+          float* compensated, float* errors);
+
+  /// The same, with the side told by the caller instead of by a normal.
+  ///
+  /// \param[in] outward true: the radius grows
+  int Fit(const float* points, const float* normals, const int& count, const float& radius,
+          float* compensated, float* errors, bool outward);
+
+  void getCylinder(xgeofeature::XFCylinder& cylinder);
+
+ private:
+  static double Distance_LeastSquare(const gsl_vector* v, void* params);
+
+  zelmo::internal::SimplexState m_simplex;
+};
+
+}  // namespace xgeofit

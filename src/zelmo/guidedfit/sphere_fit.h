@@ -1,0 +1,53 @@
+// SPDX-FileCopyrightText: LibZelmo contributors
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <zelmo/export.h>
+
+#include "zelmo/feature/sphere.h"
+#include "zelmo/simplex/simplex_state.h"
+
+namespace xgeofit {
+
+/// The least-squares sphere of touch points, compensated for the radius of the probe's tip.
+///
+/// All forms return 0, or -1 below 4 points: the fields then stay as they were and no array is
+/// written. Coplanar points have no sphere to start from; the fields are then not to be used.
+class ZELMO_EXPORT XSphereFit {
+ public:
+  float center[3] = {};
+  float radius = 0;
+
+  XSphereFit();
+
+  /// Fits the sphere.
+  ///
+  /// \param[in] points float[3 * count]: x, y, z per point
+  /// \param[in] normals float[3 * count], not read
+  /// \param[in] count number of points
+  int Fit(const float* points, const float* normals, const int& count);
+
+  /// The same, then compensated: the first point's normal tells whether the sphere was touched from
+  /// inside (it looks towards the center, the radius grows) or from outside.
+  ///
+  /// \param[in] radius radius of the probe's tip
+  /// \param[out] compensated float[3 * count], or null: points moved by the radius
+  /// \param[out] errors float[3 * count], or null: radial deviations from the compensated sphere
+  int Fit(const float* points, const float* normals, const int& count, const float& radius,
+          float* compensated, float* errors);
+
+  /// The same, with the side told by the caller instead of by a normal.
+  ///
+  /// \param[in] outward true: the radius grows
+  int Fit(const float* points, const float* normals, const int& count, const float& radius,
+          float* compensated, float* errors, bool outward);
+
+  void getSphere(xgeofeature::XFSphere& sphere);
+
+ private:
+  static double Distance_LeastSquare(const gsl_vector* v, void* params);
+
+  zelmo::internal::SimplexState m_simplex;
+};
+
+}  // namespace xgeofit
