@@ -19,3 +19,13 @@ TEST(SharedLibrary, FeatureRecordsKeepTheirClassAcrossIt) {
                std::range_error);
   EXPECT_EQ(xexportfiles::XExportFiles::Export3DFeature(records[1], L"no file"), -1);
 }
+
+TEST(SharedLibrary, ExportsTheDampedFits) {
+  const xfeaturefitfilter::FilterParam limits(45, 2, 0.1F);
+  const auto none = xfeaturefitfilter::FilterNone;
+  EXPECT_EQ(zelmolm::XPlaneFitLM().Fit(nullptr, nullptr, 0, limits, none), -1);
+  EXPECT_EQ(zelmolm::XSphereFitLM().Fit(nullptr, nullptr, 0, limits, none), -1);
+  EXPECT_EQ(zelmolm::XCylinderFitLM().Fit(nullptr, nullptr, 0, limits, none), -1);
+  EXPECT_EQ(zelmolm::XConeFitLM().Fit(nullptr, nullptr, 0), -1);
+  EXPECT_EQ(zelmolm::XCircleFit3DLM().Fit(nullptr, nullptr, 0, nullptr, false), -1);
+}

@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: LibZelmo contributors
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <algorithm>
 #include <cmath>
+#include <thread>
 
 #include <gmock/gmock.h>
 
@@ -115,6 +117,31 @@ TEST(XCylinderFitLM, ADroppedPointDoesNotLengthenIt) {
             xfeaturefitfilter::FilterNone);
   });
   EXPECT_GT(fit.height, 85);
+}
+
+// Two objects at once, each the same bits as alone.
+TEST(DampedFits, RunAtOnceInTwoThreads) {
+  const Scan scan = cylinderScan(2000, 0.01L);
+  const float seed[7] = {11, -19, 31, 0.3F, 0.5F, 0.8F, 14};
+  const auto fit = [&](XCylinderFitLM& cylinder, zelmolm::XSphereFitLM& sphere) {
+    for (int run = 0; run < 3; ++run) {
+      cylinder.Fit(scan.points.data(), nullptr, scan.count(), seed);
+      sphere.Fit(scan.points.data(), nullptr, scan.count(), kParam, xfeaturefitfilter::FilterNone);
+    }
+  };
+  XCylinderFitLM alone, here, there;
+  zelmolm::XSphereFitLM alone2, here2, there2;
+  fit(alone, alone2);
+  std::thread other([&] { fit(there, there2); });
+  fit(here, here2);
+  other.join();
+  for (const XCylinderFitLM& c : {here, there}) {
+    EXPECT_TRUE(std::equal(c.top, c.top + 3, alone.top));
+    EXPECT_EQ(c.radius, alone.radius);
+  }
+  for (const zelmolm::XSphereFitLM& c : {here2, there2}) {
+    EXPECT_TRUE(std::equal(c.center, c.center + 3, alone2.center));
+  }
 }
 
 // Points of a cone with half angle 0.3 about a generic axis, between the given parameters.
