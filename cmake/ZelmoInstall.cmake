@@ -19,6 +19,9 @@ install(FILES "${PROJECT_BINARY_DIR}/ZelmoConfig.cmake"
 # Hosts without CMake. PCL's and OpenCASCADE's directories are named here, since neither has a
 # pkg-config file that says them all.
 list(GET OpenCV_INCLUDE_DIRS 0 zelmo_pc_opencv_dir)
+# The file tells the prefix by where it lies: `cmake --install --prefix` may choose another one.
+file(RELATIVE_PATH zelmo_pc_prefix "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+string(REGEX REPLACE "/$" "" zelmo_pc_prefix "\${pcfiledir}/${zelmo_pc_prefix}")
 configure_file(cmake/zelmo.pc.in "${PROJECT_BINARY_DIR}/zelmo.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/zelmo.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 install(FILES LICENSE README.md CHANGELOG.md DESTINATION "${CMAKE_INSTALL_DOCDIR}")

@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: LibZelmo contributors
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <TopoDS_Shape.hxx>
+
+#include "shapes.h"
+
+namespace inspect {
+
+/// A feature of the model that can be measured.
+struct Nominal {
+  std::string name;
+  Ideal ideal;          ///< a plane's normal points out of the material
+  int faces = 0;        ///< faces of the model that make it up
+  bool hollow = false;  ///< the material lies around the sphere, cylinder or cone
+  std::string trouble;  ///< why it can't be measured; empty where it can
+};
+
+/// What a model holds.
+struct ModelContent {
+  int faces = 0, planes = 0, spheres = 0, cylinders = 0, cones = 0;
+  int unrecognised_faces = 0;
+  std::vector<Nominal> features;
+};
+
+/// Lists a model's features through the library.
+ModelContent contentOf(const TopoDS_Shape& model);
+
+}  // namespace inspect

@@ -1,0 +1,218 @@
+// SPDX-FileCopyrightText: LibZelmo contributors
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "options.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <string_view>
+
+#include "failure.h"
+
+namespace inspect {
+namespace {
+
+constexpr int kMostPoints = 20000000;
+
+[[noreturn]] void refuse(const std::string& message) {
+  throw Failure(kBadUsage, message + "\nTry 'inspect --help'.");
+}
+
+double numberIn(std::string_view option, std::string_view text, double smallest, double largest) {
+  double value = 0.0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size() || !(value >= smallest) ||
+      !(value <= largest)) {
+    refuse("the value of " + std::string(option) + " is no number in its range: '" +
+           std::string(text) + "'");
+  }
+  return value;
+}
+
+/// Walks the arguments; an option's value is the next argument or follows an equals sign.
+class Arguments {
+ public:
+  Arguments(int argc, const char* const* argv) : m_argc(argc), m_argv(argv) {}
+
+  bool next() {
+    m_value = {};
+    m_has_value = false;
+    if (++m_at >= m_argc) return false;
+    m_word = m_argv[m_at];
+    const std::size_t equals = m_word.find('=');
+    if (m_word.substr(0, 2) == "--" && equals != std::string_view::npos) {
+      m_value = m_word.substr(equals + 1);
+      m_word = m_word.substr(0, equals);
+      m_has_value = true;
+    }
+    return true;
+  }
+  std::string_view word() const { return m_word; }
+  std::string_view value() {
+    if (!m_has_value) {
+      if (m_at + 1 >= m_argc) refuse("the value of " + std::string(m_word) + " is missing");
+      m_value = m_argv[++m_at];
+      m_has_value = true;
+    }
+    return m_value;
+  }
+  bool hasValue() const { return m_has_value; }
+
+ private:
+  int m_argc;
+  const char* const* m_argv;
+  int m_at = 0;
+  std::string_view m_word, m_value;
+  bool m_has_value = false;
+};
+
+struct Parsed {
+  Options options;
+  bool list = false;
+  bool simulate = false;
+};
+
+/// \return false where the word is no option that takes a value
+bool readValueOption(Arguments& arguments, Options& options) {
+  const std::string_view word = arguments.word();
+  if (word == "-o" || word == "--output") {
+    options.output = arguments.value();
+    if (options.output.empty()) refuse("the output folder has no name");
+  } else if (word == "--band") {
+    options.band = numberIn(word, arguments.value(), 1e-6, 1e6);
+  } else if (word == "--angle") {
+    options.angle = numberIn(word, arguments.value(), 0.0, 60.0);
+  } else if (word == "--sigma") {
+    options.sigma = numberIn(word, arguments.value(), 0.1, 100.0);
+  } else if (word == "--points") {
+    options.points = static_cast<int>(numberIn(word, arguments.value(), 1.0, kMostPoints));
+  } else if (word == "--noise") {
+    options.noise = numberIn(word, arguments.value(), 0.0, 1e3);
+  } else {
+    return false;
+  }
+  return true;
+}
+
+/// \return false where the word is no option without a value
+bool readFlag(const Arguments& arguments, Parsed& parsed) {
+  const std::string_view word = arguments.word();
+  if (word == "-h" || word == "--help") {
+    parsed.options.task = Options::Task::Help;
+  } else if (word == "--version") {
+    parsed.options.task = Options::Task::Version;
+  } else if (word == "--verbose") {
+    parsed.options.verbose = true;
+  } else if (word == "--list") {
+    parsed.list = true;
+  } else if (word == "--simulate") {
+    parsed.simulate = true;
+  } else {
+    return false;
+  }
+  if (arguments.hasValue()) refuse(std::string(word) + " takes no value");
+  return true;
+}
+
+void chooseTask(Parsed& parsed) {
+  Options& options = parsed.options;
+  if (parsed.list) {
+    if (options.model.empty()) refuse("--list needs a model");
+    if (!options.scan.empty() || parsed.simulate) refuse("--list takes a model and nothing else");
+    options.task = Options::Task::List;
+  } else if (options.model.empty()) {
+    options.task = Options::Task::MeasureMadePart;
+  } else if (parsed.simulate) {
+    if (!options.scan.empty()) refuse("a scan and --simulate exclude each other");
+    options.task = Options::Task::MeasureSimulatedScan;
+  } else {
+    if (options.scan.empty()) {
+      refuse("a model without a scan: name the scan, or let one be simulated with --simulate");
+    }
+    options.task = Options::Task::MeasureScan;
+  }
+}
+
+}  // namespace
+
+Options parseOptions(int argc, const char* const* argv) {
+  Parsed parsed;
+  Options& options = parsed.options;
+  bool only_names = false;
+  for (Arguments arguments(argc, argv); arguments.next();) {
+    const std::string_view word = arguments.word();
+    if (!only_names && word == "--") {
+      only_names = true;
+    } else if (!only_names && word.size() > 1 && word.front() == '-') {
+      if (readFlag(arguments, parsed)) {
+        if (options.task != Options::Task::MeasureMadePart) return options;
+      } else if (!readValueOption(arguments, options)) {
+        refuse("unknown option " + std::string(word));
+      }
+    } else if (word.empty()) {
+      refuse("a file without a name");
+    } else if (options.model.empty()) {
+      options.model = word;
+    } else if (options.scan.empty()) {
+      options.scan = word;
+    } else {
+      refuse("more files than a model and a scan: '" + std::string(word) + "'");
+    }
+  }
+  chooseTask(parsed);
+  return options;
+}
+
+const char* helpText() {
+  return R"(inspect - measures a scanned part against its CAD model with LibZelmo
+
+  inspect                          measure a part that the program makes itself
+  inspect MODEL SCAN [-o OUT]      measure your part
+  inspect MODEL --simulate         measure a scan that is simulated from your model
+  inspect --list MODEL             say what the model contains, measure nothing
+
+MODEL  a STEP or IGES file; its content decides which, its extension helps.
+SCAN   a text file, one point per line: x y z nx ny nz. The normal points out of the material.
+       Blanks, tabs, commas or semicolons between the numbers, a point as decimal mark,
+       comments from '#' to the end of the line. Model and scan lie in one frame, in mm.
+
+Each planar face of the model is one feature; faces in one plane with the same outer side are
+taken together. A feature's points are picked out of the scan and a plane is fitted to them;
+points outside the sigma band are dropped and the plane is fitted again, until none is outside.
+
+  -o, --output OUT   folder for the results (default: out)
+  --band MM          pick points up to MM off the nominal surface (default: 0.5)
+  --angle DEG        pick points whose normal is within DEG of the nominal one (default: 15)
+  --sigma K          keep points within mean plus or minus K standard deviations (default: 3)
+  --points N         number of points of a simulated scan (default: 400000)
+  --noise MM         standard deviation of a simulated scan (default: 0.01)
+  --verbose          show what the library and the CAD kernel print instead of logging it
+  --version          print the version
+  -h, --help         print this text
+
+Columns of the table
+  nominal, measured  outward unit normal, and signed distance of the plane from the origin; the
+                     measured one is taken at the centre of the nominal face
+  distance           of the nominal centre from the measured plane, positive along the normal
+  angle              between the two normals, in degrees
+  picked             points that the search found for the feature
+  used               points that are left within the sigma band of the fitted plane
+  flatness           largest minus smallest deviation of the points used
+
+Results in OUT
+  features.csv       every nominal feature and its measured twin, 47 columns
+  results.csv        the numbers of the table with all their digits
+  deviations.csv     every picked point: its line or number in the scan, its deviation from the
+                     fitted plane, and whether it was used; flatness can be recomputed from it
+  library.log        what the library and the CAD kernel printed
+  part.step          the model, where the program made it
+  scan.xyz           the scan, where the program simulated it
+The files appear together at the end, or none does.
+
+Exit status
+  0 measured   1 no feature could be measured   2 bad command line   3 bad model
+  4 bad scan   5 output can't be written        6 unexpected failure
+)";
+}
+
+}  // namespace inspect

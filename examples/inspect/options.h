@@ -1,0 +1,31 @@
+// SPDX-FileCopyrightText: LibZelmo contributors
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <string>
+
+namespace inspect {
+
+/// What the user asked for.
+struct Options {
+  enum class Task { MeasureMadePart, MeasureScan, MeasureSimulatedScan, List, Help, Version };
+
+  Task task = Task::MeasureMadePart;
+  std::string model;
+  std::string scan;
+  std::string output = "out";
+  double band = 0.5;    ///< mm: half width of the layer of points that is searched
+  double angle = 15.0;  ///< degrees: largest angle of a point's normal to the nominal one
+  double sigma = 3.0;   ///< multiples of the standard deviation: half width of the kept band
+  int points = 400000;  ///< of a simulated scan
+  double noise = 0.01;  ///< mm: standard deviation of a simulated scan
+  bool verbose = false;
+};
+
+/// Reads the command line. Throws Failure with kBadUsage where it makes no sense.
+Options parseOptions(int argc, const char* const* argv);
+
+/// What --help prints.
+const char* helpText();
+
+}  // namespace inspect

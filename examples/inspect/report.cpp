@@ -1,0 +1,190 @@
+// SPDX-FileCopyrightText: LibZelmo contributors
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "report.h"
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+
+#include "failure.h"
+#include "numbers.h"
+
+namespace inspect {
+namespace {
+
+constexpr std::size_t kNameWidth = 13, kFeatureWidth = 35;
+
+/// One line of the table, from its cells.
+std::string line(const std::string& name, const std::string& nominal, const std::string& measured,
+                 const std::vector<std::string>& numbers) {
+  constexpr std::size_t kWidths[] = {10, 9, 8, 8, 10};
+  std::string text = padRight(name, kNameWidth) + padLeft(nominal, kFeatureWidth) +
+                     padLeft(measured, kFeatureWidth);
+  for (std::size_t i = 0; i < numbers.size(); ++i) text += padLeft(numbers[i], kWidths[i]);
+  return text + "\n";
+}
+
+/// What heads the features of one kind.
+std::string headOf(const std::string& kind) {
+  const auto line_for = [](const char* names, const char* what, const char* form) {
+    return line(names, std::string("nominal ") + what, std::string("measured ") + what,
+                {"distance", "angle", "picked", "used", form});
+  };
+  if (kind == "plane") return line_for("planes", "normal, offset", "flatness");
+  if (kind == "sphere") return line_for("spheres", "centre, radius", "sphericity");
+  if (kind == "cylinder") return line_for("cylinders", "axis, radius", "cylindric.");
+  return line_for("cones", "axis, half angle", "conicity");
+}
+
+/// The measured feature; a plane's offset is taken where it is compared, at the nominal centre.
+Telling tellMeasured(const Measurement& one) {
+  Telling telling = tell(one.measured);
+  if (std::holds_alternative<xgeofeature::XFPlane>(one.measured)) {
+    telling.size = tell(one.nominal.ideal).size + one.difference.distance;
+  }
+  return telling;
+}
+
+std::string featureText(const Telling& telling, bool sphere) {
+  const cv::Vec3d& shown = sphere ? telling.point : telling.direction;
+  std::string text;
+  for (int i = 0; i < 3; ++i) text += sphere ? fixed(shown[i], 3, 9) : fixed(shown[i], 4, 8);
+  return text + fixed(telling.size, 4, sphere ? 8 : 10);
+}
+
+std::string rowOf(const Measurement& one) {
+  const bool sphere = isSphere(one.nominal.ideal);
+  const std::string nominal = featureText(tell(one.nominal.ideal), sphere);
+  const std::string picked = std::to_string(one.points.size());
+  if (!one.done())
+    return line(one.nominal.name, nominal, one.trouble, {"-", "-", picked, "-", "-"});
+  return line(
+      one.nominal.name, nominal, featureText(tellMeasured(one), sphere),
+      {fixed(one.difference.distance, 4, 0), sphere ? "-" : fixed(one.difference.angle, 4, 0),
+       picked, std::to_string(one.used), fixed(one.form, 4, 0)});
+}
+
+std::string triple(const float* v) { return exact(v[0]) + ";" + exact(v[1]) + ";" + exact(v[2]); }
+
+/// Point, direction and size with all digits; seven fields.
+std::string exactText(const Telling& telling) {
+  std::string text;
+  for (int i = 0; i < 3; ++i) text += exact(telling.point[i]) + ";";
+  for (int i = 0; i < 3; ++i) text += exact(telling.direction[i]) + ";";
+  return text + exact(telling.size) + ";";
+}
+
+std::string resultRow(const Measurement& one) {
+  std::string row = one.nominal.name + ";" + tell(one.nominal.ideal).kind + ";" +
+                    (one.done() ? "measured" : one.trouble) + ";" +
+                    exactText(tell(one.nominal.ideal));
+  row += one.done() ? exactText(tellMeasured(one)) + exact(one.difference.distance) + ";" +
+                          exact(one.difference.angle) + ";"
+                    : ";;;;;;;;;";
+  row += std::to_string(one.points.size()) + ";" + std::to_string(one.used) + ";";
+  return row + (one.done() ? exact(one.form) : "") + "\n";
+}
+
+const char* stateText(PointState state) {
+  switch (state) {
+    case PointState::Used:
+      return "used";
+    case PointState::OutsideBand:
+      return "outside band";
+    case PointState::Tilted:
+      return "tilted normal";
+  }
+  return "";
+}
+
+std::string deviationsOf(const std::vector<Measurement>& measurements, const Scan& scan) {
+  std::string text = "feature;line;x;y;z;deviation;state\n";
+  for (const Measurement& one : measurements) {
+    if (!one.done()) continue;
+    for (const PickedPoint& point : one.points) {
+      text += one.nominal.name + ";" + std::to_string(scan.lines[point.index]) + ";" +
+              triple(scan.point(point.index)) + ";" + exact(point.deviation) + ";" +
+              stateText(point.state) + "\n";
+    }
+  }
+  return text;
+}
+
+void writeFeatures(const std::vector<Measurement>& measurements, const OutputFolder& folder) {
+  std::vector<Ideal> ideals;
+  std::vector<std::wstring> names;
+  std::vector<char> flags;
+  for (const Measurement& one : measurements) {
+    const std::wstring name(one.nominal.name.begin(), one.nominal.name.end());
+    ideals.push_back(one.nominal.ideal);
+    names.push_back(name);
+    flags.push_back(1);
+    if (!one.done()) continue;
+    ideals.push_back(one.measured);
+    names.push_back(name);
+    flags.push_back(0);
+  }
+  std::vector<xgeofeature::XFBase*> features;
+  for (Ideal& ideal : ideals) {
+    features.push_back(
+        std::visit([](auto& record) -> xgeofeature::XFBase* { return &record; }, ideal));
+  }
+  const std::filesystem::path path = folder.pathFor("features.csv");
+  if (xexportfiles::XExportFiles::ExportFeature2Csv(features, names, flags, path.wstring()) != 0) {
+    throw Failure(kBadOutput, "features.csv can't be written");
+  }
+  // The export does not look at its writes, so the file is looked at.
+  std::ifstream file(path, std::ios::binary);
+  std::stringstream content;
+  content << file.rdbuf();
+  const std::string text = content.str();
+  const auto lines = std::count(text.begin(), text.end(), '\n');
+  if (lines != static_cast<std::ptrdiff_t>(features.size()) + 1 || text.back() != '\n') {
+    throw Failure(kBadOutput, "features.csv could not be written whole");
+  }
+}
+
+}  // namespace
+
+std::string tableOf(const std::vector<Measurement>& measurements) {
+  std::string text, kind;
+  int done = 0;
+  for (const Measurement& one : measurements) {
+    const std::string next_kind = tell(one.nominal.ideal).kind;
+    if (next_kind != kind) text += (kind.empty() ? "" : "\n") + headOf(next_kind);
+    kind = next_kind;
+    text += rowOf(one);
+    if (one.done()) ++done;
+  }
+  return text + "\n" + std::to_string(done) + " of " + std::to_string(measurements.size()) +
+         " features measured.\n";
+}
+
+std::string listOf(const ModelContent& content) {
+  std::string text;
+  const auto line = [&text](const char* what, int count) {
+    text += padRight(what, 20) + padLeft(std::to_string(count), 8) + "\n";
+  };
+  line("faces", content.faces);
+  line("planes", content.planes);
+  line("spheres", content.spheres);
+  line("cylinders", content.cylinders);
+  line("cones", content.cones);
+  line("unrecognised faces", content.unrecognised_faces);
+  return text;
+}
+
+void writeReports(const std::vector<Measurement>& measurements, const Scan& scan,
+                  const OutputFolder& folder) {
+  writeFeatures(measurements, folder);
+  std::string results =
+      "name;kind;status;"
+      "nominal x;nominal y;nominal z;nominal dx;nominal dy;nominal dz;nominal size;"
+      "measured x;measured y;measured z;measured dx;measured dy;measured dz;measured size;"
+      "distance;angle;picked;used;form\n";
+  for (const Measurement& one : measurements) results += resultRow(one);
+  folder.write("results.csv", results);
+  folder.write("deviations.csv", deviationsOf(measurements, scan));
+}
+
+}  // namespace inspect

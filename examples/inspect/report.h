@@ -1,0 +1,24 @@
+// SPDX-FileCopyrightText: LibZelmo contributors
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "measure.h"
+#include "output_folder.h"
+
+namespace inspect {
+
+/// The table for the user, with a closing line that counts what was measured.
+std::string tableOf(const std::vector<Measurement>& measurements);
+
+/// What --list prints about a model.
+std::string listOf(const ModelContent& content);
+
+/// Writes features.csv, results.csv and deviations.csv. Throws Failure with kBadOutput where one of
+/// them isn't whole.
+void writeReports(const std::vector<Measurement>& measurements, const Scan& scan,
+                  const OutputFolder& folder);
+
+}  // namespace inspect

@@ -1,0 +1,34 @@
+#!/bin/sh
+# SPDX-FileCopyrightText: LibZelmo contributors
+# SPDX-License-Identifier: GPL-3.0-or-later
+# Installs a build into an empty prefix and builds and runs the host of tests/consumer against it:
+# by find_package(Zelmo), and by pkg-config without CMake.
+# usage: scripts/check_consumer.sh [BUILD]   (default: build/release, built before)
+set -eu
+cd "$(dirname "$0")/.."
+build=${1:-build/release}
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+prefix=$work/prefix
+
+quietly() {
+  "$@" > "$work/log" 2>&1 || { cat "$work/log" >&2; echo "failed: $*" >&2; exit 1; }
+}
+
+quietly cmake --install "$build" --prefix "$prefix"
+
+# Away from the tree, so that nothing of it is found by accident.
+cp -r tests/consumer "$work/consumer"
+quietly cmake -S "$work/consumer" -B "$work/by-cmake" -DCMAKE_BUILD_TYPE=Release \
+  -DCMAKE_PREFIX_PATH="$prefix"
+quietly cmake --build "$work/by-cmake"
+"$work/by-cmake/consumer"
+
+PKG_CONFIG_PATH=$(find "$prefix" -name pkgconfig -type d | head -n 1)
+export PKG_CONFIG_PATH
+# shellcheck disable=SC2046 # the flags are meant to be split
+quietly c++ -std=c++17 "$work/consumer/consumer.cpp" -o "$work/by-pkg-config" \
+  $(pkg-config --cflags --libs zelmo)
+LD_LIBRARY_PATH=$(pkg-config --variable=libdir zelmo) "$work/by-pkg-config"
+
+if [ -x "$prefix/bin/inspect" ]; then quietly "$prefix/bin/inspect" --version; fi

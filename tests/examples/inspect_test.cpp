@@ -1,0 +1,407 @@
+// SPDX-FileCopyrightText: LibZelmo contributors
+// SPDX-License-Identifier: GPL-3.0-or-later
+
+// The sample host as its user runs it.
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include "support/reference_data.h"
+#include "support/temporary_folder.h"
+
+namespace zelmo::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+
+const std::string kInspect = ZELMO_INSPECT;
+
+struct Finished {
+  int code;  // exit code, or -1 where the program was killed
+  std::string out, err;
+};
+
+/// Runs the program in a folder of the test's own.
+class Inspect : public testing::Test {
+ protected:
+  std::string at(const std::string& name) const { return (folder.path() / name).string(); }
+  void write(const std::string& name, const std::string& content) const {
+    std::ofstream(at(name), std::ios::binary) << content;
+  }
+  /// Runs a command line as a shell does and waits for it.
+  Finished shell(const std::string& command) const {
+    const TemporaryFolder streams;
+    const std::string out = streams.path() / "out", err = streams.path() / "err";
+    const std::string whole = "cd '" + folder.path().string() + "' && { " + command + "; } >'" +
+                              out + "' 2>'" + err + "'";
+    const int status = std::system(whole.c_str());  // NOLINT: a test's own command line
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contentOf(out), contentOf(err)};
+  }
+  Finished inspect(const std::string& arguments) const { return shell(kInspect + " " + arguments); }
+
+  TemporaryFolder folder;
+};
+
+using Row = std::vector<std::string>;
+
+std::vector<Row> rowsOf(const std::string& path) {
+  std::vector<Row> rows;
+  std::istringstream lines(contentOf(path));
+  for (std::string line; std::getline(lines, line);) {
+    Row row;
+    std::size_t start = 0;
+    for (std::size_t at = line.find(';'); at != std::string::npos; at = line.find(';', start)) {
+      row.push_back(line.substr(start, at - start));
+      start = at + 1;
+    }
+    row.push_back(line.substr(start));
+    rows.push_back(row);
+  }
+  return rows;
+}
+
+std::set<std::string> namesIn(const std::string& folder) {
+  std::set<std::string> names;
+  if (!fs::exists(folder)) return names;
+  for (const auto& entry : fs::directory_iterator(folder)) names.insert(entry.path().filename());
+  return names;
+}
+
+struct Plane {
+  double nx, ny, nz, offset;
+};
+
+/// Every planar face of the made part as it was designed: outward normal and distance from the origin.
+const Plane kDesign[] = {
+    {0, 0, -1, 0},
+    {0, 0, 1, 40},
+    {-1, 0, 0, 0},
+    {1, 0, 0, 120},
+    {0, -1, 0, 0},
+    {0, 1, 0, 80},  // the block
+    {0, 0, 1, 25},
+    {1, 0, 0, 90},                        // the step
+    {-0.6, 0, 0.8, 22.4},                 // the slope
+    {2. / 3, -1. / 3, 2. / 3, 254. / 3},  // the cut corner
+    {0, 0, -1, -6},
+    {1, 0, 0, 30},
+    {-1, 0, 0, -42},  // the groove
+    {0, 0, 1, 10},    // the blind hole
+    {0, 0, 1, 28},
+    {0, 1, 0, 14},
+    {0, -1, 0, -26},  // the slot
+    {0, 1, 0, 70},
+    {1, 0, 0, 20},
+    {-1, 0, 0, -50},
+    {0, 0, 1, 8},
+    {0, 0, -1, -24},
+    {0, -1, 0, -12},
+    {1, 0, 0, 62},
+    {-1, 0, 0, -96},
+    {0, 0, 1, 6},
+    {0, 0, -1, -22},
+    {0, 0, 1, 55},
+    {0, 0, 1, 54},  // the bosses
+};
+
+double number(const std::string& text) { return std::stod(text); }
+
+// Columns of results.csv and deviations.csv.
+enum {
+  kName,
+  kKind,
+  kStatus,
+  kNominal,
+  kMeasured = 10,
+  kDistance = 17,
+  kAngle,
+  kPicked,
+  kUsed,
+  kForm
+};
+enum { kFeature, kLine, kX, kDeviation = 5, kState };
+
+double angleTo(const Plane& plane, const Row& row, int normal) {
+  const double x = number(row[normal]), y = number(row[normal + 1]), z = number(row[normal + 2]);
+  return std::acos(std::min(1.0, (plane.nx * x + plane.ny * y + plane.nz * z) /
+                                     std::sqrt(x * x + y * y + z * z))) *
+         180 / M_PI;
+}
+
+double offsetOf(const Row& row, int point) {
+  double sum = 0.0;
+  for (int i = 0; i < 3; ++i) sum += number(row[point + i]) * number(row[point + 3 + i]);
+  return sum;
+}
+
+/// The largest and smallest deviation of the points used, and what else the rows say of a feature.
+struct Spread {
+  double smallest = 1e30, largest = -1e30;
+  int picked = 0, used = 0;
+};
+
+std::map<std::string, Spread> spreadsOf(const std::vector<Row>& deviations) {
+  std::map<std::string, Spread> spreads;
+  for (std::size_t i = 1; i < deviations.size(); ++i) {
+    Spread& spread = spreads[deviations[i][kFeature]];
+    ++spread.picked;
+    if (deviations[i][kState] != "used") continue;
+    ++spread.used;
+    spread.smallest = std::min(spread.smallest, number(deviations[i][kDeviation]));
+    spread.largest = std::max(spread.largest, number(deviations[i][kDeviation]));
+  }
+  return spreads;
+}
+
+/// Flatness from the deviations, and the deviations from the points and the measured plane.
+void expectFormFollowsFromDeviations(const std::vector<Row>& results,
+                                     const std::vector<Row>& deviations) {
+  const std::map<std::string, Spread> spreads = spreadsOf(deviations);
+  std::map<std::string, const Row*> of_name;
+  for (const Row& row : results) of_name[row[kName]] = &row;
+  for (std::size_t i = 1; i < results.size(); ++i) {
+    const Row& row = results[i];
+    const Spread& spread = spreads.at(row[kName]);
+    EXPECT_NEAR(number(row[kForm]), spread.largest - spread.smallest, 1e-9) << row[kName];
+    EXPECT_EQ(number(row[kPicked]), spread.picked);
+    EXPECT_EQ(number(row[kUsed]), spread.used);
+  }
+  std::size_t wrong = 0;
+  for (std::size_t i = 1; i < deviations.size(); ++i) {
+    const Row& point = deviations[i];
+    const Row& row = *of_name.at(point[kFeature]);
+    if (row[kKind] != "plane") continue;
+    double deviation = 0.0;
+    for (int k = 0; k < 3; ++k) {
+      // The text is that of a float, so it is read as one.
+      deviation +=
+          (std::stof(point[kX + k]) - number(row[kMeasured + k])) * number(row[kMeasured + 3 + k]);
+    }
+    const Spread& spread = spreads.at(point[kFeature]);
+    const bool inside = deviation > spread.smallest - 1e-9 && deviation < spread.largest + 1e-9;
+    if (std::abs(deviation - number(point[kDeviation])) > 1e-9) ++wrong;
+    if (point[kState] == "outside band" && inside) ++wrong;
+  }
+  EXPECT_EQ(wrong, 0U);
+}
+
+void expectEveryFeatureAndItsTwin(const std::vector<Row>& rows, std::size_t features) {
+  ASSERT_EQ(rows.size(), 2 * features + 1);
+  EXPECT_EQ(rows[0].size(), 47U);
+  for (std::size_t i = 1; i + 1 < rows.size(); i += 2) {
+    EXPECT_EQ("inspection_" + rows[i][0], rows[i + 1][0]);
+    EXPECT_EQ(rows[i][1], rows[i + 1][1]);
+  }
+}
+
+TEST_F(Inspect, MadePartIsMeasuredAsItWasDesigned) {
+  const Finished run = inspect("-o a --points 200000");
+  ASSERT_EQ(run.code, 0) << run.err;
+  EXPECT_EQ(run.err, "") << "progress belongs on a terminal";
+  EXPECT_THAT(namesIn(at("a")),
+              testing::ElementsAre("deviations.csv", "features.csv", "library.log", "part.step",
+                                   "results.csv", "scan.xyz"));
+  std::vector<Row> results = rowsOf(at("a/results.csv"));
+  expectFormFollowsFromDeviations(results, rowsOf(at("a/deviations.csv")));
+  expectEveryFeatureAndItsTwin(rowsOf(at("a/features.csv")), results.size() - 1);
+  results.erase(results.begin());
+  results.erase(std::remove_if(results.begin(), results.end(),
+                               [](const Row& row) { return row[kKind] != "plane"; }),
+                results.end());
+  ASSERT_EQ(results.size(), std::size(kDesign));
+  for (const Plane& plane : kDesign) {
+    SCOPED_TRACE(
+        testing::PrintToString(std::vector<double>{plane.nx, plane.ny, plane.nz, plane.offset}));
+    const auto row = std::find_if(results.begin(), results.end(), [&plane](const Row& candidate) {
+      return angleTo(plane, candidate, kNominal + 3) < 1e-3 &&
+             std::abs(offsetOf(candidate, kNominal) - plane.offset) < 1e-3;
+    });
+    ASSERT_NE(row, results.end());
+    EXPECT_LT(angleTo(plane, *row, kMeasured + 3), 0.02);
+    EXPECT_NEAR(number((*row)[kAngle]), angleTo(plane, *row, kMeasured + 3), 1e-3);
+    // The measured plane at the nominal centre.
+    double out = offsetOf(*row, kMeasured);
+    for (int i = 0; i < 3; ++i) {
+      out -= number((*row)[kNominal + i]) * number((*row)[kMeasured + 3 + i]);
+    }
+    EXPECT_LT(std::abs(out), 0.005);
+    EXPECT_NEAR(number((*row)[kDistance]), out, 1e-5);
+    // Six standard deviations of the noise; the outliers reach 0.3 mm and more.
+    EXPECT_GT(number((*row)[kForm]), 0.05);
+    EXPECT_LT(number((*row)[kForm]), 0.07);
+  }
+}
+
+TEST_F(Inspect, MadePartGivesTheSameNumbersEveryTimeAndFromItsFiles) {
+  const Finished first = inspect("-o a --points 20000");
+  const Finished second = inspect("--output=b --points=20000");
+  const Finished third = inspect("a/part.step a/scan.xyz -o c");
+  ASSERT_EQ(first.code + second.code + third.code, 0) << first.err << second.err << third.err;
+  const auto table = [](const Finished& run) {
+    return run.out.substr(0, run.out.rfind("Results"));
+  };
+  EXPECT_EQ(table(first), table(second));
+  EXPECT_EQ(table(first), table(third));
+  for (const char* name : {"scan.xyz", "results.csv", "deviations.csv", "features.csv"}) {
+    const std::string content = contentOf(at(std::string("a/") + name));
+    EXPECT_TRUE(content == contentOf(at(std::string("b/") + name))) << name;
+    if (std::string(name) == "scan.xyz") continue;
+    EXPECT_TRUE(content == contentOf(at(std::string("c/") + name))) << name;
+  }
+}
+
+// A part and a scan that are small enough to be measured many times.
+class WithFiles : public Inspect {
+ protected:
+  void SetUp() override {
+    const Finished run = inspect("-o made --points 10000");
+    ASSERT_EQ(run.code, 0) << run.err;
+  }
+};
+
+std::string withEvery(const std::string& text, char from, const std::string& to) {
+  std::string replaced;
+  for (const char c : text) replaced += c == from ? to : std::string(1, c);
+  return replaced;
+}
+
+TEST_F(WithFiles, AScanReadsTheSameInEveryForm) {
+  const std::string scan = contentOf(at("made/scan.xyz"));
+  const std::string body = scan.substr(scan.find('\n') + 1);
+  const std::string forms[] = {
+      "\xef\xbb\xbf" + withEvery(body, ' ', ";"),
+      "# a comment\n\n  \t\n" + withEvery(withEvery(body, ' ', " , "), '\n', " # again\r\n"),
+      withEvery(withEvery(body, ' ', "\t"), '\n', ";\n"),
+      body.substr(0, body.size() - 1),
+  };
+  const std::vector<Row> wanted = rowsOf(at("made/results.csv"));
+  for (const std::string& form : forms) {
+    write("form.txt", form);
+    const Finished run = inspect("made/part.step form.txt -o form");
+    ASSERT_EQ(run.code, 0) << run.err;
+    EXPECT_EQ(rowsOf(at("form/results.csv")), wanted) << form.substr(0, 60);
+  }
+  // Deviations name the lines of the file.
+  write("form.txt", forms[1]);
+  ASSERT_EQ(inspect("made/part.step form.txt -o form").code, 0);
+  EXPECT_EQ(std::stoi(rowsOf(at("form/deviations.csv"))[1][kLine]),
+            std::stoi(rowsOf(at("made/deviations.csv"))[1][kLine]) + 2);
+}
+
+struct BadInput {
+  const char* name;
+  const char* arguments;  // with the files that SetUp made
+  int code;
+  const char* message;
+
+  friend void PrintTo(const BadInput& bad, std::ostream* out) { *out << bad.name; }
+};
+
+const BadInput kBadInputs[] = {
+    {"UnknownOption", "--colour", 2, "unknown option --colour"},
+    {"ModelAlone", "made/part.step", 2, "without a scan"},
+    {"ThreeFiles", "a b c", 2, "'c'"},
+    {"MissingValue", "-o", 2, "-o is missing"},
+    {"WrongNumber", "--band 0,5", 2, "--band"},
+    {"NotANumber", "--sigma nan", 2, "--sigma"},
+    {"MissingModel", "none.step made/scan.xyz -o out", 3, "none.step: no such model"},
+    {"FolderAsModel", "made made/scan.xyz -o out", 3, "is a folder"},
+    {"EmptyModel", "empty.step made/scan.xyz -o out", 3, "empty.step: the model file is empty"},
+    {"TextAsModel", "made/scan.xyz made/scan.xyz -o out", 3, "neither a STEP nor an IGES"},
+    {"TruncatedModel", "half.step made/scan.xyz -o out", 3, "truncated"},
+    {"ModelOfNothing", "hollow.step made/scan.xyz -o out", 3, "hollow.step"},
+    {"MissingScan", "made/part.step none.xyz -o out", 4, "none.xyz: no such scan"},
+    {"EmptyScan", "made/part.step empty.step -o out", 4, "no points"},
+    {"OnlyComments", "made/part.step comments.xyz -o out", 4, "no points"},
+    {"ModelAsScan", "made/part.step made/part.step -o out", 4, "line 1:"},
+    {"FiveNumbers", "made/part.step five.xyz -o out", 4, "five.xyz, line 3: fewer than six"},
+    {"SevenNumbers", "made/part.step seven.xyz -o out", 4, "seven.xyz, line 2: more than six"},
+    {"Word", "made/part.step word.xyz -o out", 4, "word.xyz, line 2: something that is no number"},
+    {"EmptyField", "made/part.step field.xyz -o out", 4, "field.xyz, line 1:"},
+    {"NotFinite", "made/part.step nan.xyz -o out", 4,
+     "nan.xyz, line 2: a number that is not finite"},
+    {"TooLarge", "made/part.step large.xyz -o out", 4, "large.xyz, line 1: a number that is not"},
+    {"FileAsOutput", "made/part.step made/scan.xyz -o empty.step", 5, "it is a file"},
+    {"OutputUnderAFile", "made/part.step made/scan.xyz -o empty.step/out", 5, "can't be written"},
+    {"OutputInNoPlace", "made/part.step made/scan.xyz -o /proc/zelmo/out", 5, "can't be written"},
+    {"FolderInTheWay", "made/part.step made/scan.xyz -o taken", 5, "results.csv"},
+    {"FarAway", "made/part.step far.xyz -o far", 1, "no feature could be measured"},
+};
+
+TEST_F(WithFiles, BadInputIsNamedAndLeavesNothing) {
+  write("empty.step", "");
+  const std::string model = contentOf(at("made/part.step"));
+  write("half.step", model.substr(0, model.size() / 2));
+  write("hollow.step", "ISO-10303-21;\nHEADER;\nENDSEC;\nDATA;\nENDSEC;\nEND-ISO-10303-21;\n");
+  write("comments.xyz", "# 1 2 3 0 0 1\n\n");
+  write("five.xyz", "1 2 3 0 0 1\n\n1 2 3 0 0\n");
+  write("seven.xyz", "1 2 3 0 0 1\n1,2,3,0,0,1,7\n");
+  write("word.xyz", "1 2 3 0 0 1\n1 2 three 0 0 1\n");
+  write("field.xyz", "1,2,,3,0,0,1\n");
+  write("nan.xyz", "1 2 3 0 0 1\n1 nan 3 0 0 1\n");
+  write("large.xyz", "1 2 1e39 0 0 1\n");
+  write("far.xyz", "9000 9000 9000 0 0 1\n");
+  fs::create_directories(at("taken/results.csv"));
+  const std::set<std::string> before = namesIn(at("."));
+  for (const BadInput& bad : kBadInputs) {
+    SCOPED_TRACE(bad.name);
+    const Finished run = inspect(bad.arguments);
+    EXPECT_EQ(run.code, bad.code);
+    EXPECT_THAT(run.err, HasSubstr(bad.message));
+    EXPECT_EQ(run.err.rfind("inspect: ", 0), 0U) << run.err;
+    if (bad.code != 1) {
+      EXPECT_EQ(run.out, "");
+      EXPECT_EQ(namesIn(at(".")), before);
+    }
+  }
+  EXPECT_THAT(namesIn(at("taken")), testing::ElementsAre("results.csv"));
+}
+
+TEST_F(WithFiles, AFullDiskLeavesNothingHalfWritten) {
+  // Blocks of 512 bytes: each limit stops another of the files that are written.
+  for (const char* limit : {"100", "1000", "3000"}) {
+    const Finished run = shell(std::string("trap '' XFSZ; ulimit -f ") + limit + "; " + kInspect +
+                               " -o out --points 40000");
+    EXPECT_EQ(run.code, 5) << run.err;
+    EXPECT_FALSE(fs::exists(at("out"))) << limit;
+  }
+}
+
+TEST_F(WithFiles, WhatTheLibraryPrintsGoesToTheLogOrTheTerminal) {
+  const Finished quiet = inspect("made/part.step made/scan.xyz -o quiet");
+  const Finished loud = inspect("made/part.step made/scan.xyz -o loud --verbose");
+  EXPECT_THAT(quiet.out, testing::Not(HasSubstr("NbRoots=")));
+  EXPECT_THAT(contentOf(at("quiet/library.log")), HasSubstr("NbRoots=1,NbTrans=1\n"));
+  EXPECT_THAT(loud.out, HasSubstr("NbRoots=1,NbTrans=1\n"));
+  EXPECT_FALSE(fs::exists(at("loud/library.log")));
+  EXPECT_THAT(loud.out, testing::EndsWith(quiet.out.substr(0, quiet.out.rfind("Results")) +
+                                          "Results in loud\n"));
+}
+
+TEST_F(Inspect, ReferenceModelsAreMeasuredInASimulatedScan) {
+  ZELMO_REQUIRE_REFERENCE_DATA("cad/nist_ctc_01_analytic.stp");
+  for (const char* name : {"nist_ctc_01_analytic.stp", "NIST_MBE_PMI_1.stp"}) {
+    const Finished run = inspect("--simulate --points 60000 -o out '" +
+                                 referenceData(std::string("cad/") + name).string() + "'");
+    ASSERT_EQ(run.code, 0) << name << ": " << run.err;
+    for (const Row& row : rowsOf(at("out/results.csv"))) {
+      if (row[kKind] != "plane" || number(row[kUsed]) < 100) continue;
+      EXPECT_LT(std::abs(number(row[kDistance])), 0.005) << name << ", " << row[kName];
+    }
+  }
+}
+
+}  // namespace
+}  // namespace zelmo::test
