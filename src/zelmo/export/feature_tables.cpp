@@ -12,6 +12,9 @@ namespace {
 
 constexpr int kDone = 0;
 constexpr int kNoFeatures = -1;
+constexpr int kTableNotOpened = -2;
+constexpr int kNoneOfType = -2;
+constexpr int kListNotOpened = -3;
 
 using zelmo::internal::FeatureRole;
 using zelmo::internal::openClassic;
@@ -22,10 +25,9 @@ using zelmo::internal::utf8FromWide;
 int XExportFiles::ExportFeature2Csv(const std::vector<xgeofeature::XFBase*>& features,
                                     std::vector<std::wstring>& names, std::vector<char>& flags,
                                     const std::wstring& path) {
-  constexpr int kNotOpened = -2;
   if (features.empty()) return kNoFeatures;
   std::ofstream file = openClassic(utf8FromWide(path));
-  if (!file) return kNotOpened;
+  if (!file) return kTableNotOpened;
   zelmo::internal::writeTableHeader(file);
   file << "\n";
   for (std::size_t i = 0; i < features.size(); ++i) {
@@ -39,17 +41,15 @@ int XExportFiles::ExportFeature2Csv(const std::vector<xgeofeature::XFBase*>& fea
 
 int XExportFiles::ExportFeature2Txt(const std::vector<xgeofeature::XFBase*>& features,
                                     xgeofeature::GeoFeatureType& type, const std::wstring& path) {
-  constexpr int kNoneOfType = -2;
-  constexpr int kNotOpened = -3;
   if (features.empty()) return kNoFeatures;
-  const auto isSelected = [&type](const xgeofeature::XFBase* feature) {
+  const auto is_selected = [&type](const xgeofeature::XFBase* feature) {
     return feature != nullptr && feature->getFeatureType() == type;
   };
-  if (std::none_of(features.begin(), features.end(), isSelected)) return kNoneOfType;
+  if (std::none_of(features.begin(), features.end(), is_selected)) return kNoneOfType;
   std::ofstream file = openClassic(utf8FromWide(path));
-  if (!file) return kNotOpened;
+  if (!file) return kListNotOpened;
   for (const xgeofeature::XFBase* feature : features) {
-    if (isSelected(feature)) zelmo::internal::writeNumberLine(file, feature);
+    if (is_selected(feature)) zelmo::internal::writeNumberLine(file, feature);
   }
   return kDone;
 }

@@ -32,14 +32,14 @@ bool allFinite(const float* values, int count) {
 /// Triples and single numbers, in any order.
 template <typename... Fields>
 bool areFinite(const Fields&... fields) {
-  const auto isOneFinite = [](const auto& field) {
+  const auto is_one_finite = [](const auto& field) {
     if constexpr (std::is_array_v<std::remove_reference_t<decltype(field)>>) {
       return allFinite(field, 3);
     } else {
       return std::isfinite(field);
     }
   };
-  return (isOneFinite(fields) && ...);
+  return (is_one_finite(fields) && ...);
 }
 
 bool isFinite(const xgeofeature::XFLine3D2& l) { return areFinite(l.center, l.dir, l.length); }

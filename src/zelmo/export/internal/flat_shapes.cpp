@@ -55,7 +55,7 @@ gp_Pnt middleOf(const Arc& arc) {
 
 /// The half circle at one end of a groove, on the side away from its middle.
 Arc endArc(const gp_Circ& circle, const gp_Pnt& groove_center, double inner_reach) {
-  const Arc arc = arcBetween(circle, -kQuarterTurn, kQuarterTurn);
+  Arc arc = arcBetween(circle, -kQuarterTurn, kQuarterTurn);
   // CONTRACT: an arc whose middle is exactly as far out as the reach is turned.
   if (middleOf(arc).Distance(groove_center) > inner_reach) return arc;
   return arcBetween(circle, kQuarterTurn, -kQuarterTurn);
@@ -80,11 +80,11 @@ void addOvalGroove(const xgeofeature::XFOvalGroove3D& groove, ShapeSink& sink) {
   const double radius = groove.radius;
   const double half_straight = groove.halfStraight;
   const double inner_reach = std::max(radius, half_straight);
-  const auto circleAt = [&](double along) {
+  const auto circle_at = [&](double along) {
     return gp_Circ(gp_Ax2(gp_Pnt(center.XYZ() + m * along), gp_Dir(n), gp_Dir(m)), radius);
   };
-  const Arc one = endArc(circleAt(half_straight), center, inner_reach);
-  const Arc other = endArc(circleAt(-half_straight), center, inner_reach);
+  const Arc one = endArc(circle_at(half_straight), center, inner_reach);
+  const Arc other = endArc(circle_at(-half_straight), center, inner_reach);
   sink.add(one.edge);
   sink.add(other.edge);
 
@@ -112,7 +112,7 @@ void addRoundGroove(const xgeofeature::XFRoundGroove3D& groove, ShapeSink& sink)
   for (std::size_t i = 0; i < 4; ++i) {
     const std::size_t j = (i + 1) % 4;
     const gp_XYZ normal = (corners[i] - corners[j]).Crossed(corners[(j + 1) % 4] - corners[j]);
-    const gp_Pln plane(gp_Pnt(corners[j]), gp_Dir(normal));
+    const gp_Pln plane{gp_Pnt(corners[j]), gp_Dir(normal)};
     ChFi2d_AnaFilletAlgo algorithm(sides[i], sides[j], plane);
     // CONTRACT: whether the fillet was found is not asked; the outline takes what it gives.
     algorithm.Perform(static_cast<double>(groove.cornerRadius));
@@ -135,14 +135,14 @@ void addRoundGroove(const xgeofeature::XFRoundGroove3D& groove, ShapeSink& sink)
 }
 
 void addRectangle(const xgeofeature::XFRectangle3D& rectangle, ShapeSink& sink) {
-  const auto toFloat = [](const gp_XYZ& v) {
+  const auto to_float = [](const gp_XYZ& v) {
     return cv::Vec3f(static_cast<float>(v.X()), static_cast<float>(v.Y()),
                      static_cast<float>(v.Z()));
   };
   const cv::Vec3f a =
-      toFloat(toTriple(rectangle.majorDir) * static_cast<double>(rectangle.halfLength));
-  const cv::Vec3f b = toFloat(acrossOf(rectangle.normal, rectangle.majorDir) *
-                              static_cast<double>(rectangle.halfWidth));
+      to_float(toTriple(rectangle.majorDir) * static_cast<double>(rectangle.halfLength));
+  const cv::Vec3f b = to_float(acrossOf(rectangle.normal, rectangle.majorDir) *
+                               static_cast<double>(rectangle.halfWidth));
   const std::array<cv::Vec3f, 4> corners = cornersAbout(cv::Vec3f(rectangle.center), a, b);
   BRepBuilderAPI_MakeWire outline;
   for (std::size_t i = 0; i < 4; ++i) {

@@ -32,7 +32,7 @@ Overloaded(Visits...) -> Overloaded<Visits...>;
 template <typename Visit>
 bool visitRecord(const xgeofeature::XFBase* feature, const Visit& visit) {
   if (feature == nullptr) return false;
-  const auto handOver = [&](const auto* record) {
+  const auto hand_over = [&](const auto* record) {
     if (record != nullptr) visit(*record);
     return record != nullptr;
   };
@@ -40,7 +40,7 @@ bool visitRecord(const xgeofeature::XFBase* feature, const Visit& visit) {
     case xgeofeature::GeoPoint: {
       const auto* with_normal = dynamic_cast<const xgeofeature::XFPointN*>(feature);
       if (with_normal == nullptr) {
-        return handOver(dynamic_cast<const xgeofeature::XFPoint*>(feature));
+        return hand_over(dynamic_cast<const xgeofeature::XFPoint*>(feature));
       }
       visit(xgeofeature::XFPoint(with_normal->point));
       return true;
@@ -48,29 +48,29 @@ bool visitRecord(const xgeofeature::XFBase* feature, const Visit& visit) {
     case xgeofeature::GeoLine: {
       const auto* by_ends = dynamic_cast<const xgeofeature::XFLine3D*>(feature);
       if (by_ends == nullptr) {
-        return handOver(dynamic_cast<const xgeofeature::XFLine3D2*>(feature));
+        return hand_over(dynamic_cast<const xgeofeature::XFLine3D2*>(feature));
       }
       visit(xgeofeature::XFLine3D2(*by_ends));
       return true;
     }
     case xgeofeature::GeoPlane:
-      return handOver(dynamic_cast<const xgeofeature::XFPlane*>(feature));
+      return hand_over(dynamic_cast<const xgeofeature::XFPlane*>(feature));
     case xgeofeature::GeoCircle:
-      return handOver(dynamic_cast<const xgeofeature::XFCircle3D*>(feature));
+      return hand_over(dynamic_cast<const xgeofeature::XFCircle3D*>(feature));
     case xgeofeature::GeoSphere:
-      return handOver(dynamic_cast<const xgeofeature::XFSphere*>(feature));
+      return hand_over(dynamic_cast<const xgeofeature::XFSphere*>(feature));
     case xgeofeature::GeoCylinder:
-      return handOver(dynamic_cast<const xgeofeature::XFCylinder*>(feature));
+      return hand_over(dynamic_cast<const xgeofeature::XFCylinder*>(feature));
     case xgeofeature::GeoCone:
-      return handOver(dynamic_cast<const xgeofeature::XFCone*>(feature));
+      return hand_over(dynamic_cast<const xgeofeature::XFCone*>(feature));
     case xgeofeature::GeoOvalGroove:
-      return handOver(dynamic_cast<const xgeofeature::XFOvalGroove3D*>(feature));
+      return hand_over(dynamic_cast<const xgeofeature::XFOvalGroove3D*>(feature));
     case xgeofeature::GeoRoundGroove:
-      return handOver(dynamic_cast<const xgeofeature::XFRoundGroove3D*>(feature));
+      return hand_over(dynamic_cast<const xgeofeature::XFRoundGroove3D*>(feature));
     case xgeofeature::GeoRectangle:
-      return handOver(dynamic_cast<const xgeofeature::XFRectangle3D*>(feature));
+      return hand_over(dynamic_cast<const xgeofeature::XFRectangle3D*>(feature));
     case xgeofeature::GeoPolyLine:
-      return handOver(dynamic_cast<const xgeofeature::XFPolyLine*>(feature));
+      return hand_over(dynamic_cast<const xgeofeature::XFPolyLine*>(feature));
   }
   return false;
 }

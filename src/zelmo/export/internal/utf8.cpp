@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <stdexcept>
+#include <type_traits>
 
 namespace zelmo::internal {
 namespace {
@@ -12,6 +13,10 @@ constexpr std::uint32_t kLastCodePoint = 0x10FFFF;
 
 bool isHighSurrogate(std::uint32_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
 bool isLowSurrogate(std::uint32_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
+
+std::uint32_t unitAt(const std::wstring& text, std::size_t i) {
+  return static_cast<std::uint32_t>(static_cast<std::make_unsigned_t<wchar_t>>(text[i]));
+}
 
 char continuation(std::uint32_t bits) { return static_cast<char>(0x80U | (bits & 0x3FU)); }
 
@@ -39,10 +44,10 @@ std::string utf8FromWide(const std::wstring& text) {
   std::string out;
   out.reserve(text.size());
   for (std::size_t i = 0; i < text.size(); ++i) {
-    auto point = static_cast<std::uint32_t>(text[i]);
+    std::uint32_t point = unitAt(text, i);
     // Where wide characters have 16 bits, two of them make one beyond the first plane.
     if (sizeof(wchar_t) == 2 && isHighSurrogate(point) && i + 1 < text.size()) {
-      const auto low = static_cast<std::uint32_t>(text[i + 1]);
+      const std::uint32_t low = unitAt(text, i + 1);
       if (isLowSurrogate(low)) {
         point = 0x10000 + ((point - 0xD800) << 10U) + (low - 0xDC00);
         ++i;
