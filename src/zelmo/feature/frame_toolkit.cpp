@@ -21,6 +21,21 @@ bool isUsableDirection(const cv::Vec3d& v) {
          (v[0] != 0 || v[1] != 0 || v[2] != 0);
 }
 
+double inverseOrZero(double norm) { return norm == 0 ? 0.0 : 1.0 / norm; }
+
+/// Orthogonal to \p n, spanned by its component of largest magnitude and one neighbour.
+template <typename Scalar>
+std::array<Scalar, 3> inPlaneOfTwo(const Scalar* n) {
+  switch (largestComponent(n)) {
+    case 0:
+      return {-n[1] / n[0], 1, 0};
+    case 1:
+      return {1, -n[0] / n[1], 0};
+    default:
+      return {1, 0, -n[0] / n[2]};
+  }
+}
+
 /// Quarter turns call each other until two vectors are no longer parallel; vectors too short to
 /// ever pass that test would go on without end.
 std::optional<cv::Matx33d> rotationBetween(const cv::Vec3d& from, const cv::Vec3d& to, int depth) {
@@ -67,10 +82,7 @@ std::optional<Rigid> symmetryInFrame(const cv::Point3d& point, const cv::Vec3d& 
 
 }  // namespace
 
-cv::Vec3d unitOrZero(const cv::Vec3d& v) {
-  const double norm = cv::norm(v);
-  return v * (norm == 0 ? 0.0 : 1.0 / norm);
-}
+cv::Vec3d unitOrZero(const cv::Vec3d& v) { return v * inverseOrZero(cv::norm(v)); }
 
 std::optional<cv::Mat> intersectionOfPlanes(const cv::Vec3d* normals, const cv::Point3d* points) {
   cv::Mat a(3, 3, CV_64F);
@@ -99,23 +111,15 @@ cv::Vec3d auxiliaryVector(const cv::Vec3d& v) {
 }
 
 std::array<float, 3> perpendicularTo(const float* n) {
-  float v[3] = {1, 0, 0};
-  switch (largestComponent(n)) {
-    case 0:
-      v[0] = -n[1] / n[0];
-      v[1] = 1;
-      break;
-    case 1:
-      v[1] = -n[0] / n[1];
-      break;
-    default:
-      v[2] = -n[0] / n[2];
-      break;
-  }
-  const double norm = cv::norm(cv::Vec3d(v[0], v[1], v[2]));
-  const double scale = norm == 0 ? 0.0 : 1.0 / norm;
+  const auto v = inPlaneOfTwo(n);
+  const double scale = inverseOrZero(cv::norm(cv::Vec3d(v[0], v[1], v[2])));
   return {static_cast<float>(v[0] * scale), static_cast<float>(v[1] * scale),
           static_cast<float>(v[2] * scale)};
+}
+
+cv::Vec3d perpendicularTo(const cv::Vec3d& n) {
+  const auto v = inPlaneOfTwo(n.val);
+  return unitOrZero({v[0], v[1], v[2]});
 }
 
 cv::Matx33d rodrigues(const cv::Vec3d& u, double cosine, double sine) {

@@ -66,6 +66,9 @@ cv::Vec3d auxiliaryVector(const cv::Vec3d& v);
 /// not finite.
 std::array<float, 3> perpendicularTo(const float* n);
 
+/// The same rule in double throughout: circles for display without a major direction.
+cv::Vec3d perpendicularTo(const cv::Vec3d& n);
+
 /// The Rodrigues matrix of a turn about the unit vector \p axis.
 cv::Matx33d rodrigues(const cv::Vec3d& axis, double cosine, double sine);
 

@@ -1,0 +1,79 @@
+// SPDX-FileCopyrightText: LibZelmo contributors
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <vector>
+
+#include <opencv2/core.hpp>
+#include <zelmo/export.h>
+
+namespace xgeometry {
+
+/// Base of the flat outlines: no data, no virtual operations, only routines on planes and rigid
+/// transforms. A transform is double[16], a row-major 4 by 4 on column vectors.
+class ZELMO_EXPORT XCurve3D {
+ protected:
+  /// The point where three planes meet.
+  ///
+  /// \param[in] normals cv::Vec3d[3]
+  /// \param[in] points cv::Point3d[3], one on each plane
+  /// \param[out] out 3 by 1 matrix of doubles
+  /// \return 1 if \p out was written; 0 if the determinant of the normals lies strictly between
+  ///     -1e-6 and 1e-6 or is NaN, and \p out stays as it is
+  int Intersection3Planes(const cv::Vec3d* normals, const cv::Point3d* points, cv::Mat& out);
+
+  /// The rotation that carries the direction \p from onto \p to.
+  ///
+  /// \param[in] from a direction of any length
+  /// \param[in] to a direction of any length
+  /// \param[out] R 3 by 3 matrix of doubles; the identity for a zero or non-finite vector
+  void getMatRByVector(const cv::Vec3d& from, const cv::Vec3d& to, cv::Mat& R);
+
+  /// The rigid transform that carries three source planes onto three target planes. When the second
+  /// rotation is a half-turn, its axis is the first normal, so that normal stays where it is.
+  ///
+  /// Writes its steps on the standard output: "vec_model:" and the three target normals, "vec_test"
+  /// and the three source normals, a line each, then R1, R2 and R, each label followed at once by
+  /// its matrix.
+  ///
+  /// \param[in] targetNormals cv::Vec3d[3]
+  /// \param[in] targetPoints cv::Point3d[3]
+  /// \param[in] sourceNormals cv::Vec3d[3]
+  /// \param[in] sourcePoints cv::Point3d[3]
+  /// \param[out] rt double[16]; stays as it is when either triple of planes has no single point
+  void alignBy3Plane(const cv::Vec3d* targetNormals, const cv::Point3d* targetPoints,
+                     const cv::Vec3d* sourceNormals, const cv::Point3d* sourcePoints,
+                     double* const rt);
+
+  /// Inverse of a rigid transform.
+  ///
+  /// \param[in] in double[16]; nothing tests that it is rigid
+  /// \param[out] out double[16]; may be \p in
+  /// \return 1
+  int convertMatrixRT(const double* const in, double* const out);
+
+  /// The feet of points on a plane, computed in double and stored in float.
+  ///
+  /// \param[in] points in space
+  /// \param[in] plane double[4]: a, b, c, d; nothing tests that |(a, b, c)| = 1
+  /// \param[out] out one foot per point; may be \p points
+  void projection2Plane(const std::vector<cv::Point3f>& points, double* const plane,
+                        std::vector<cv::Point3f>& out);
+
+  /// The transform that carries the local coordinates of an outline to space: X along the major
+  /// direction, Z along the normal, the origin at the center. By alignBy3Plane, with its lines.
+  ///
+  /// \param[in] center the origin
+  /// \param[in] normal along Z
+  /// \param[in] majorDir along X
+  /// \param[out] rt double[16]; not to be used when the return value is false
+  /// \return whether there is such a transform; there is none when \p normal or \p majorDir is zero
+  ///     or not finite, or when they are parallel
+  bool frameToSpace(const cv::Vec3d& center, const cv::Vec3d& normal, const cv::Vec3d& majorDir,
+                    double* const rt);
+
+ private:
+  static void getMatrixR(const cv::Vec3d& axis, const double& angle, cv::Mat& R, bool degrees);
+};
+
+}  // namespace xgeometry
