@@ -96,7 +96,11 @@ void cursorAlone(benchmark::State& state) {
   }
   perTriangle(state, sheet(static_cast<int>(state.range(0))));
 }
-BENCHMARK(cursorAlone)->Arg(kTwoMillion)->Arg(kOneMillion)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(cursorAlone)
+    ->Arg(kTwoMillion)
+    ->Arg(kOneMillion)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 
 // The three signed values of every triangle, straight from its vertices, and a count of sign changes.
 void bareLoopOverSignedValues(benchmark::State& state) {

@@ -2,9 +2,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "zelmo/display/curve3d.h"
 
-#include <cmath>
-#include <limits>
-
 #include "zelmo/display/internal/frame_members.h"
 #include "zelmo/internal/console.h"
 
@@ -13,7 +10,7 @@ namespace xgeometry {
 using namespace zelmo::internal;  // NOLINT(google-build-using-namespace): the kernels of this shell
 
 int XCurve3D::Intersection3Planes(const cv::Vec3d* normals, const cv::Point3d* points,
-                                     cv::Mat& out) {
+                                  cv::Mat& out) {
   return storeIntersection(normals, points, out);
 }
 
@@ -22,12 +19,12 @@ void XCurve3D::getMatRByVector(const cv::Vec3d& from, const cv::Vec3d& to, cv::M
 }
 
 void XCurve3D::alignBy3Plane(const cv::Vec3d* targetNormals, const cv::Point3d* targetPoints,
-                                const cv::Vec3d* sourceNormals, const cv::Point3d* sourcePoints,
-                                double* const rt) {
+                             const cv::Vec3d* sourceNormals, const cv::Point3d* sourcePoints,
+                             double* const rt) {
   AlignTrace trace;
-  const auto rigid = alignByPlanes(
-      planeTriple(targetNormals, targetPoints), planeTriple(sourceNormals, sourcePoints),
-      OppositeCross::AboutFirstNormal, &trace);
+  const auto rigid = alignByPlanes(planeTriple(targetNormals, targetPoints),
+                                   planeTriple(sourceNormals, sourcePoints),
+                                   OppositeCross::AboutFirstNormal, &trace);
   ConsoleText() << "vec_model:\n"
                 << targetNormals[0] << "\n"
                 << targetNormals[1] << "\n"
@@ -48,7 +45,7 @@ int XCurve3D::convertMatrixRT(const double* const in, double* const out) {
 }
 
 void XCurve3D::projection2Plane(const std::vector<cv::Point3f>& points, double* const plane,
-                                   std::vector<cv::Point3f>& out) {
+                                std::vector<cv::Point3f>& out) {
   projectOnPlane(PointView(points), plane, out);
 }
 
@@ -59,10 +56,8 @@ bool XCurve3D::frameToSpace(const cv::Vec3d& center, const cv::Vec3d& normal,
   const cv::Point3d target_points[3] = {there, there, there};
   const cv::Vec3d source[3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
   const cv::Point3d source_points[3];
-  constexpr double kUnwritten = std::numeric_limits<double>::quiet_NaN();
-  rt[0] = kUnwritten;
   alignBy3Plane(target, target_points, source, source_points, rt);
-  return !std::isnan(rt[0]);
+  return isDirection(target[1]);
 }
 
 void XCurve3D::getMatrixR(const cv::Vec3d& axis, const double& angle, cv::Mat& R, bool degrees) {

@@ -37,7 +37,8 @@ class ZELMO_EXPORT XGeometry3D {
   /// \param[in] targetPoints cv::Point3d[3]
   /// \param[in] sourceNormals cv::Vec3d[3]
   /// \param[in] sourcePoints cv::Point3d[3]
-  /// \param[out] rt double[16]; stays as it is when either triple of planes has no single point
+  /// \param[out] rt double[16]; stays as it is when the source planes have no single point. Target
+  ///     planes that have none give some rotation.
   void alignBy3Plane(const cv::Vec3d* targetNormals, const cv::Point3d* targetPoints,
                      const cv::Vec3d* sourceNormals, const cv::Point3d* sourcePoints,
                      double* const rt);

@@ -11,6 +11,8 @@
 ///
 /// A list is open: its first point is not repeated at the end. It runs from majorDir towards
 /// normal x majorDir. Normals and major directions are expected to be of unit length and orthogonal.
+/// Arcs step by a turn through count, so the arcs of an oval or round groove end at their sides only
+/// when count is a multiple of 4; otherwise their points lie on the arcs' circles, off the outline.
 /// Whatever the arguments, the return value is 0. Nothing is written when \p out is null, or when
 /// the normal and the major direction span no frame (one is zero or not finite, or they are
 /// parallel). Each call, also one that writes no point, writes the lines of XCurve3D::alignBy3Plane

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "zelmo/display/internal/frame_members.h"
 #include "zelmo/display/internal/point_writer.h"
 
 namespace xgeometry {
@@ -18,6 +19,7 @@ std::optional<Rigid> frameAcross(const float* point, const float* axis) {
   const cv::Vec3d along(axis[0], axis[1], axis[2]);
   const cv::Vec3d h = unitOrZero(auxiliaryVector(along));
   const cv::Vec3d g = unitOrZero(along.cross(h));
+  if (!isDirection(g)) return std::nullopt;
   const PlaneTriple world = PlaneTriple::through({0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1});
   return alignByPlanes(PlaneTriple::through({point[0], point[1], point[2]}, h, g, along), world,
                        OppositeCross::AnyHalfTurn);
@@ -60,8 +62,7 @@ int XCone::getDisplayData(const int& count, float* first, float* second) {
   const auto t = frameAcross(point, axis);
   if (!t) return 0;
   PointWriter(*t, first).addArc(0, 0, firstRadius, 0, count, count);
-  PointWriter(*t, second)
-      .addArc(0, 0, secondRadius, 0, count, count, alongAxis(axis, height));
+  PointWriter(*t, second).addArc(0, 0, secondRadius, 0, count, count, alongAxis(axis, height));
   return 0;
 }
 

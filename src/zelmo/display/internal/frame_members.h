@@ -15,6 +15,9 @@ inline PlaneTriple planeTriple(const cv::Vec3d* normals, const cv::Point3d* poin
   return {{normals[0], normals[1], normals[2]}, {points[0], points[1], points[2]}};
 }
 
+/// Whether \p v is neither zero nor without a value.
+inline bool isDirection(const cv::Vec3d& v) { return cv::norm(v) > 0; }
+
 /// Copies \p rigid to \p rt, when there is one.
 inline void storeRigid(const std::optional<Rigid>& rigid, double* rt) {
   if (rigid) std::copy(rigid->begin(), rigid->end(), rt);

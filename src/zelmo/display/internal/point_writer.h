@@ -25,6 +25,7 @@ class PointWriter {
   }
 
   /// Points begin to end - 1 of \p count on the circle about the local (x, y).
+  // CONTRACT: the step is a turn through count, also where count / 4 points make a quarter.
   void addArc(double x, double y, double radius, int begin, int end, int count,
               const cv::Vec3d& offset = {}) {
     const double step = 2 * CV_PI / count;
