@@ -62,7 +62,7 @@ void getSection(benchmark::State& state) {
   }
   perTriangle(state, mesh);
 }
-BENCHMARK(getSection)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(getSection)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 
 void getSection2(benchmark::State& state) {
   const Mesh& mesh = sheet(kTwoMillion);
@@ -74,7 +74,7 @@ void getSection2(benchmark::State& state) {
   }
   perTriangle(state, mesh);
 }
-BENCHMARK(getSection2)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(getSection2)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 
 // What the cursor costs: as many takes under a mutex, by as many threads, and nothing else.
 void cursorAlone(benchmark::State& state) {
@@ -100,6 +100,7 @@ BENCHMARK(cursorAlone)
     ->Arg(kTwoMillion)
     ->Arg(kOneMillion)
     ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
     ->UseRealTime();
 
 // The three signed values of every triangle, straight from its vertices, and a count of sign changes.
@@ -119,7 +120,10 @@ void bareLoopOverSignedValues(benchmark::State& state) {
   }
   perTriangle(state, mesh);
 }
-BENCHMARK(bareLoopOverSignedValues)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(bareLoopOverSignedValues)
+    ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
 
 void trimWithCircle(benchmark::State& state) {
   const Mesh& mesh = sheet(kOneMillion);
@@ -136,7 +140,7 @@ void trimWithCircle(benchmark::State& state) {
   }
   perTriangle(state, mesh);
 }
-BENCHMARK(trimWithCircle)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(trimWithCircle)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 
 void trimWithOvalSlot(benchmark::State& state) {
   const Mesh& mesh = sheet(kOneMillion);
@@ -154,7 +158,7 @@ void trimWithOvalSlot(benchmark::State& state) {
   }
   perTriangle(state, mesh);
 }
-BENCHMARK(trimWithOvalSlot)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(trimWithOvalSlot)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 
 #ifdef ZELMO_WITH_VTK
 vtkSmartPointer<vtkPolyData> polyData(const Mesh& mesh) {
@@ -197,7 +201,10 @@ void vtkPlaneCutterOneThread(benchmark::State& state) {
   }
   perTriangle(state, mesh);
 }
-BENCHMARK(vtkPlaneCutterOneThread)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(vtkPlaneCutterOneThread)
+    ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
 
 void vtkClipOneThread(benchmark::State& state) {
   vtkSMPTools::Initialize(1);
@@ -216,7 +223,7 @@ void vtkClipOneThread(benchmark::State& state) {
   }
   perTriangle(state, mesh);
 }
-BENCHMARK(vtkClipOneThread)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(vtkClipOneThread)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 #endif
 
 }  // namespace

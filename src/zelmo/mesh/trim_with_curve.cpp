@@ -404,8 +404,7 @@ char XTrimWithCurve::getIntersection(const float& halfStraight, const float& rad
 
 char XTrimWithCurve::pointInCylinder(const float* const p, const float* const center,
                                      const float* const normal, const float& radius) {
-  return sideOfCylinder({p[0], p[1], p[2]}, {center[0], center[1], center[2]},
-                        {normal[0], normal[1], normal[2]}, radius);
+  return sideOfCylinder(p, center, normal, radius);
 }
 
 char XTrimWithCurve::pointInOvalSlot(const float& x, const float& y, const float& halfStraight,

@@ -18,15 +18,21 @@ constexpr char kOnCurve = 0;
 
 /// The side of a cylinder about \p axis (unit) on which \p p lies; on the curve when the squared
 /// distance from the axis differs from the squared radius by less than 1e-6.
-inline char sideOfCylinder(const cv::Vec3d& p, const cv::Vec3d& center, const cv::Vec3d& axis,
-                           double radius) {
+/// \param[in] p, center, axis float[3]
+inline char sideOfCylinder(const float* p, const float* center, const float* axis, double radius) {
   constexpr double kSamePoint = 1e-6;
   constexpr double kOnSquare = 1e-6;
-  const cv::Vec3d offset = p - center;
-  const cv::Vec3d radial = offset - axis * offset.dot(axis);
-  const bool is_center = std::fabs(offset[0]) < kSamePoint && std::fabs(offset[1]) < kSamePoint &&
-                         std::fabs(offset[2]) < kSamePoint;
-  const double square = is_center ? 0.0 : radial.dot(radial);
+  // Named one by one: small vectors would go through memory, and this runs for every corner.
+  const double x = static_cast<double>(p[0]) - center[0];
+  const double y = static_cast<double>(p[1]) - center[1];
+  const double z = static_cast<double>(p[2]) - center[2];
+  const double along = x * axis[0] + y * axis[1] + z * axis[2];
+  const double rx = x - along * axis[0];
+  const double ry = y - along * axis[1];
+  const double rz = z - along * axis[2];
+  const bool is_center =
+      std::fabs(x) < kSamePoint && std::fabs(y) < kSamePoint && std::fabs(z) < kSamePoint;
+  const double square = is_center ? 0.0 : rx * rx + ry * ry + rz * rz;
   const double limit = radius * radius;
   if (std::fabs(square - limit) < kOnSquare) return kOnCurve;
   return square > limit ? kOutside : kInside;
