@@ -11,53 +11,8 @@
 #include "zelmo/internal/array_view.h"
 #include "zelmo/internal/task_crew.h"
 #include "zelmo/mesh/internal/curve_outline.h"
+#include "zelmo/mesh/internal/curve_trim.h"
 #include "zelmo/mesh/internal/face_change.h"
-
-namespace zelmo::internal {
-
-/// A corner of a face, and its foot on the curve's plane: in space for a circle, in the slot's own
-/// frame for a slot.
-struct FlatCorner {
-  cv::Vec3f point, flat;
-  float height = 0;
-  char state = kOutside;
-};
-
-/// What all faces of a trim share.
-struct CurveTrim {
-  CurveTrim(const float* center, const float* normal, float wall_height, bool make_wall)
-      : plane{normal[0], normal[1], normal[2],
-              -(static_cast<double>(center[0]) * normal[0] +
-                static_cast<double>(center[1]) * normal[1] +
-                static_cast<double>(center[2]) * normal[2])},
-        wall{cv::Vec3f(center), cv::Vec3f(normal), cv::Vec3f(normal) * wall_height},
-        has_wall(make_wall) {}
-
-  /// Adds the wall under the cut from p to q, when there are walls.
-  void addWall(const cv::Vec3f& p, const cv::Vec3f& q, FaceChange& change) const {
-    if (has_wall) change.addWall(p, q, wall);
-  }
-
-  std::array<double, 4> plane;
-  CutWall wall;
-  bool has_wall;
-};
-
-struct CircleTrim : CurveTrim {
-  CircleTrim(const xgeofeature::XFCircle3D& c, float wall_height, bool make_wall)
-      : CurveTrim(c.center, c.normal, wall_height, make_wall), circle(&c) {}
-  const xgeofeature::XFCircle3D* circle;
-};
-
-struct SlotTrim : CurveTrim {
-  SlotTrim(const xgeofeature::XFOvalGroove3D& s, float wall_height, bool make_wall)
-      : CurveTrim(s.center, s.normal, wall_height, make_wall), slot(&s) {}
-  const xgeofeature::XFOvalGroove3D* slot;
-  Rigid local_from_world = kIdentity;
-  Rigid world_from_local = kIdentity;
-};
-
-}  // namespace zelmo::internal
 
 namespace vorn::quil::xtirm {
 namespace {
@@ -83,23 +38,6 @@ bool isFinite(const XFCircle3D& c) {
 bool isFinite(const XFOvalGroove3D& s) {
   return allFinite({s.center, s.normal, s.majorDir}) && std::isfinite(s.radius) &&
          std::isfinite(s.halfStraight);
-}
-
-float lengthInFloat(const cv::Vec3f& v) {
-  return std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]);
-}
-
-/// The height over the plane of a cut point on the edge from \p start to \p end.
-float heightAlong(const FlatCorner& start, const FlatCorner& end, const cv::Vec3f& cut) {
-  const float whole = lengthInFloat(end.flat - start.flat);
-  const float ratio = whole > 0 ? lengthInFloat(cut - start.flat) / whole : 0.0F;
-  return start.height + (end.height - start.height) * ratio;
-}
-
-/// \p cut lifted off the plane to the edge from \p start to \p end.
-cv::Vec3f raised(const CurveTrim& trim, const FlatCorner& start, const FlatCorner& end,
-                 const cv::Vec3f& cut) {
-  return cut + trim.wall.normal * heightAlong(start, end, cut);
 }
 
 /// The faces one by one from the shared counter, their changes one face at a time into the result.
@@ -142,6 +80,36 @@ int runTrim(xgeofeature::XFBase* curve, xgeofeature::GeoFeatureType type, float 
 
 int usableFaces(const float* normals, const int* faces, int face_count) {
   return normals == nullptr ? 0 : MeshView({}, faces, face_count).faceCount();
+}
+
+/// The lone corner of a cut face, and the other two in the turn of the face.
+struct CutFace {
+  cv::Vec3f lone, next, last;
+};
+
+/// What stays of a face that a slot cuts along one line from the edge to \p next to the other.
+void addPartsOfSlot(const CutFace& face, bool lone_outside, const cv::Vec3f& p, const cv::Vec3f& q,
+                    FaceChange& change) {
+  if (lone_outside) {
+    change.addPart(face.lone, p, q);
+    return;
+  }
+  // CONTRACT: unlike at a circle, the diagonal does not depend on its length.
+  change.addPart(face.next, face.last, p);
+  change.addPart(face.last, p, q);
+}
+
+/// The same for a cut that turns at a junction of the outline.
+void addPartsRoundJunction(const CutFace& face, bool lone_outside, const cv::Vec3f& p,
+                           const cv::Vec3f& q, const cv::Vec3f& turn, FaceChange& change) {
+  if (lone_outside) {
+    change.addPart(face.lone, p, turn);
+    change.addPart(face.lone, q, turn);
+    return;
+  }
+  change.addPart(p, face.next, turn);
+  change.addPart(q, face.last, turn);
+  change.addPart(face.next, face.last, turn);
 }
 
 SlotTrim slotTrim(const XFOvalGroove3D& slot, float wall_height, bool make_wall) {
@@ -349,13 +317,7 @@ void XTrimWithCurve::changeBySlot(const SlotTrim& trim, const FlatCorner* corner
   const cv::Vec3f cut_q = in_space(q, height_q);
   change.remove();
   if (!has_junction) {
-    if (one_outside) {
-      change.addPart(o.point, cut_p, cut_q);
-    } else {
-      // CONTRACT: unlike at a circle, the diagonal does not depend on its length.
-      change.addPart(u.point, w.point, cut_p);
-      change.addPart(w.point, cut_p, cut_q);
-    }
+    addPartsOfSlot({o.point, u.point, w.point}, one_outside, cut_p, cut_q, change);
     trim.addWall(cut_p, cut_q, change);
     return;
   }
@@ -363,14 +325,7 @@ void XTrimWithCurve::changeBySlot(const SlotTrim& trim, const FlatCorner* corner
   const float from_p = lengthInFloat(flat_j - p);
   const float ratio = from_p / (from_p + lengthInFloat(flat_j - q));
   const cv::Vec3f turn = in_space(flat_j, height_p + (height_q - height_p) * ratio);
-  if (one_outside) {
-    change.addPart(o.point, cut_p, turn);
-    change.addPart(o.point, cut_q, turn);
-  } else {
-    change.addPart(cut_p, u.point, turn);
-    change.addPart(cut_q, w.point, turn);
-    change.addPart(u.point, w.point, turn);
-  }
+  addPartsRoundJunction({o.point, u.point, w.point}, one_outside, cut_p, cut_q, turn, change);
   trim.addWall(cut_p, turn, change);
   trim.addWall(turn, cut_q, change);
 }
