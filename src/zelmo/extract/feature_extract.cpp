@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <iterator>
 #include <locale>
 #include <utility>
 
@@ -87,16 +88,14 @@ void XGeoFeatureExtract::searchSphere(const XFSphere& sphere) {
 }
 
 void XGeoFeatureExtract::searchCircle(const XFCircle3D& circle) {
-  indexResult = searchAmong({cloud, normals, kdtree, m_index.get()},
-                            ballAround(circle.center, circle.radius + kAroundEdge), indexBoundary);
   const double limit = std::min(kEdgeBand, kEdgeBandOfRadius * circle.radius);
-  const auto plane = PlaneInDouble::through(circle.center, circle.normal, limit);
-  const auto is_off = [&](int i) {
-    const pcl::PointXYZ& p = cloud->at(static_cast<std::size_t>(i));
-    return plane.near(p.x, p.y, p.z) == 0;
-  };
-  indexResult.erase(std::remove_if(indexResult.begin(), indexResult.end(), is_off),
-                    indexResult.end());
+  const SlabShape slab = {PlaneInDouble::through(circle.center, circle.normal, limit)};
+  const std::vector<int> near =
+      searchShapeByIndex({cloud, normals, kdtree, m_index.get()},
+                         ballAround(circle.center, circle.radius + kAroundEdge), slab);
+  indexResult.clear();
+  std::set_intersection(near.begin(), near.end(), indexBoundary.begin(), indexBoundary.end(),
+                        std::back_inserter(indexResult));
 }
 
 void XGeoFeatureExtract::searchCircle(const XFCircle3D& circle, const float& gap,

@@ -103,20 +103,13 @@ PointGrid::PointGrid(const float* points, int stride, int count) : m_given(std::
     start = next;
     next += size;
   }
-  const auto size = static_cast<std::size_t>(finite + kPadding);
-  m_x.resize(size);
-  m_y.resize(size);
-  m_z.resize(size);
-  m_index.resize(size);
+  m_entries.reset(new Entry[static_cast<std::size_t>(finite + kPadding)]);
+  std::fill_n(m_entries.get() + finite, kPadding, Entry{});
   for (int i = 0; i < m_given; ++i) {
     const int cell = cell_of[static_cast<std::size_t>(i)];
     if (cell < 0) continue;
     const float* p = points + stride * static_cast<std::ptrdiff_t>(i);
-    const auto at = static_cast<std::size_t>(m_start[static_cast<std::size_t>(cell)]++);
-    m_x[at] = p[0];
-    m_y[at] = p[1];
-    m_z[at] = p[2];
-    m_index[at] = i;
+    m_entries[m_start[static_cast<std::size_t>(cell)]++] = {p[0], p[1], p[2], i};
   }
   // Filling has moved each start to its cell's end: the start of the next one.
   for (std::size_t cell = cell_count; cell > 0; --cell) m_start[cell] = m_start[cell - 1];

@@ -3,7 +3,7 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "zelmo/internal/array_view.h"
@@ -42,12 +42,12 @@ class PointGrid {
   /// Number of points that were given, finite or not.
   int givenCount() const { return m_given; }
 
-  const float* x() const { return m_x.data(); }
-  const float* y() const { return m_y.data(); }
-  const float* z() const { return m_z.data(); }
-
-  /// The index that the point at a position had when it was given.
-  const int* index() const { return m_index.data(); }
+  /// A point and the index that it had when it was given.
+  struct Entry {
+    float x, y, z;
+    int index;
+  };
+  const Entry* entries() const { return m_entries.get(); }
 
   /// Stretches that hold every point of \p ball, and others near it.
   std::vector<Run> runsNear(const Ball& ball) const;
@@ -69,8 +69,7 @@ class PointGrid {
   int m_given = 0;
   std::array<Axis, 3> m_axes;
   std::vector<int> m_start;  // first position of each cell, and the end behind the last one
-  std::vector<float> m_x, m_y, m_z;
-  std::vector<int> m_index;
+  std::unique_ptr<Entry[]> m_entries;  // not zeroed first, which a vector would do
 };
 
 }  // namespace zelmo::internal

@@ -3,9 +3,7 @@
 #include "zelmo/extract/internal/search_index.h"
 
 #include <algorithm>
-#include <climits>
 #include <cmath>
-#include <iterator>
 #include <utility>
 
 namespace zelmo::internal {
@@ -34,6 +32,29 @@ void keepWhatTheTreeFinds(const ScanView& scan, const Ball& ball, std::vector<Fo
     return !std::binary_search(known.begin(), known.end(), indexOf(key));
   };
   keys.erase(std::remove_if(keys.begin(), keys.end(), is_unknown), keys.end());
+}
+
+template <typename Shape>
+std::vector<int> searchByTree(const ScanView& scan, const Ball& ball, const Shape& shape) {
+  std::vector<int> kept;
+  if (scan.cloud == nullptr) return kept;
+  for (const int i : indicesInTree(scan, ball)) {
+    const pcl::PointXYZ& p = scan.cloud->at(static_cast<std::size_t>(i));
+    const auto third = 3 * static_cast<std::size_t>(i) + 2;
+    const float* normal = &scan.normals.at(third) - 2;
+    if (shape.inside(p.x, p.y, p.z) != 0 && shape.normalFits(normal, p.data)) kept.push_back(i);
+  }
+  return kept;
+}
+
+template <typename Shape>
+std::vector<FoundKey> searchByGrid(const ScanView& scan, const Ball& ball, const Shape& shape) {
+  std::vector<FoundKey> keys = findShape(scan.index->grid, ball, shape, scan.normals.data());
+  if (std::any_of(keys.begin(), keys.end(),
+                  [&](FoundKey key) { return isAtTheBrink(squaredDistanceOf(key), ball); })) {
+    keepWhatTheTreeFinds(scan, ball, keys);
+  }
+  return keys;
 }
 
 }  // namespace
@@ -66,25 +87,25 @@ bool ScanView::hasGrid() const {
 
 template <typename Shape>
 std::vector<int> searchShape(const ScanView& scan, const Ball& ball, const Shape& shape) {
-  if (!scan.hasGrid()) {
-    std::vector<int> kept;
-    if (scan.cloud == nullptr) return kept;
-    for (const int i : indicesInTree(scan, ball)) {
-      const pcl::PointXYZ& p = scan.cloud->at(static_cast<std::size_t>(i));
-      const auto third = 3 * static_cast<std::size_t>(i) + 2;
-      const float* normal = &scan.normals.at(third) - 2;
-      if (shape.inside(p.x, p.y, p.z) != 0 && shape.normalFits(normal, p.data)) kept.push_back(i);
-    }
-    return kept;
-  }
-  std::vector<FoundKey> keys = findShape(scan.index->grid, ball, shape, scan.normals.data());
-  if (std::any_of(keys.begin(), keys.end(),
-                  [&](FoundKey key) { return isAtTheBrink(squaredDistanceOf(key), ball); })) {
-    keepWhatTheTreeFinds(scan, ball, keys);
-  }
-  return sortedIndices(keys);
+  if (!scan.hasGrid()) return searchByTree(scan, ball, shape);
+  return sortedIndices(searchByGrid(scan, ball, shape));
 }
 
+template <typename Shape>
+std::vector<int> searchShapeByIndex(const ScanView& scan, const Ball& ball, const Shape& shape) {
+  std::vector<int> indices;
+  if (scan.hasGrid()) {
+    const std::vector<FoundKey> keys = searchByGrid(scan, ball, shape);
+    indices.resize(keys.size());
+    std::transform(keys.begin(), keys.end(), indices.begin(), indexOf);
+  } else {
+    indices = searchByTree(scan, ball, shape);
+  }
+  std::sort(indices.begin(), indices.end());
+  return indices;
+}
+
+template std::vector<int> searchShapeByIndex(const ScanView&, const Ball&, const SlabShape&);
 template std::vector<int> searchShape(const ScanView&, const Ball&, const Everything&);
 template std::vector<int> searchShape(const ScanView&, const Ball&,
                                       const RectangleShape<PlaneInFloat>&);
@@ -96,35 +117,5 @@ template std::vector<int> searchShape(const ScanView&, const Ball&, const Sphere
 template std::vector<int> searchShape(const ScanView&, const Ball&, const ConeShape&);
 template std::vector<int> searchShape(const ScanView&, const Ball&, const RingShape&);
 template std::vector<int> searchShape(const ScanView&, const Ball&, const RodShape&);
-
-std::vector<int> searchAmong(const ScanView& scan, const Ball& ball,
-                             const std::vector<int>& candidates) {
-  std::vector<int> common;
-  if (scan.cloud == nullptr || scan.tree == nullptr || candidates.empty() || !ball.isUsable()) {
-    return common;
-  }
-  bool ask_the_tree = !scan.hasGrid();
-  const float limit = ball.squaredRadius();
-  int passed = INT_MIN;  // two sorted lists side by side: what is not beyond the last one is lost
-  for (const int i : candidates) {
-    if (ask_the_tree) break;
-    if (i <= passed) continue;
-    passed = i;
-    if (i < 0 || static_cast<std::size_t>(i) >= scan.cloud->size()) continue;
-    const pcl::PointXYZ& p = scan.cloud->points[static_cast<std::size_t>(i)];
-    const float dx = p.x - ball.center[0], dy = p.y - ball.center[1], dz = p.z - ball.center[2];
-    const float squared = dx * dx + dy * dy + dz * dz;
-    if (!(squared < limit)) continue;
-    ask_the_tree = isAtTheBrink(squared, ball);
-    common.push_back(i);
-  }
-  if (!ask_the_tree) return common;
-  std::vector<int> known = indicesInTree(scan, ball);
-  std::sort(known.begin(), known.end());
-  common.clear();
-  std::set_intersection(known.begin(), known.end(), candidates.begin(), candidates.end(),
-                        std::back_inserter(common));
-  return common;
-}
 
 }  // namespace zelmo::internal

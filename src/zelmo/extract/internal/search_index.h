@@ -47,9 +47,8 @@ struct ScanView {
 template <typename Shape>
 std::vector<int> searchShape(const ScanView& scan, const Ball& ball, const Shape& shape);
 
-/// Those of the ascending \p candidates that the radius search of the tree in \p ball finds, in
-/// ascending order.
-std::vector<int> searchAmong(const ScanView& scan, const Ball& ball,
-                             const std::vector<int>& candidates);
+/// The same points in ascending order.
+template <typename Shape>
+std::vector<int> searchShapeByIndex(const ScanView& scan, const Ball& ball, const Shape& shape);
 
 }  // namespace zelmo::internal

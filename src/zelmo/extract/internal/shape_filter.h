@@ -6,7 +6,7 @@
 /// What a point and its normal must meet to belong to a nominal shape.
 ///
 /// Each shape has inside(x, y, z), which is 1 or 0 and runs in lanes, and normalFits(m, p) for the
-/// points inside. Distances are compared by their squares: an Interval holds exactly the squares
+/// points inside; kReadsNormals tells whether that looks at m. Distances are compared by their squares: an Interval holds exactly the squares
 /// whose root passes, so leaving the root out changes no result.
 
 #include <cmath>
@@ -88,13 +88,24 @@ struct PlaneInDouble {
 
 /// Every point.
 struct Everything {
+  static constexpr bool kReadsNormals = false;
   ZELMO_ALWAYS_INLINE int inside(float, float, float) const { return 1; }
+  ZELMO_ALWAYS_INLINE bool normalFits(const float*, const float*) const { return true; }
+};
+
+/// A slice along a plane; the normals do not matter.
+struct SlabShape {
+  static constexpr bool kReadsNormals = false;
+  PlaneInDouble plane;
+
+  ZELMO_ALWAYS_INLINE int inside(float x, float y, float z) const { return plane.near(x, y, z); }
   ZELMO_ALWAYS_INLINE bool normalFits(const float*, const float*) const { return true; }
 };
 
 /// A rectangle in a plane; normals at most 60 degrees off its own.
 template <typename Plane>
 struct RectangleShape {
+  static constexpr bool kReadsNormals = true;
   Plane plane;
   LineDistance along, across;
   Interval width, length;  // of the squared distances to the line along the major side, and across
@@ -111,6 +122,7 @@ struct RectangleShape {
 
 /// The wall of an endless cylinder; normals at least 60 degrees off the axis.
 struct CylinderShape {
+  static constexpr bool kReadsNormals = true;
   LineDistance line;
   Interval band;
   float axis[3];
@@ -126,6 +138,7 @@ struct CylinderShape {
 
 /// A cylinder's wall between two ends.
 struct WallShape {
+  static constexpr bool kReadsNormals = true;
   CylinderShape cylinder;
   double half_height;
 
@@ -140,6 +153,7 @@ struct WallShape {
 
 /// A sphere; normals at most 60 degrees off the outward direction.
 struct SphereShape {
+  static constexpr bool kReadsNormals = true;
   PointDistance center;
   Interval band;
 
@@ -154,6 +168,7 @@ struct SphereShape {
 
 /// The wall of an endless cone; the normals do not matter.
 struct ConeShape {
+  static constexpr bool kReadsNormals = false;
   LineDistance line;
   PointDistance apex;
   double radius_per_length, limit;
@@ -167,6 +182,7 @@ struct ConeShape {
 
 /// A flat ring; normals at most 60 degrees off the plane's, on either side.
 struct RingShape {
+  static constexpr bool kReadsNormals = true;
   PlaneInFloat plane;
   PointDistance center;
   Interval reach;  // of the squared distances to the center
@@ -182,6 +198,7 @@ struct RingShape {
 
 /// A short round rod along a normal; normals within an angle of it.
 struct RodShape {
+  static constexpr bool kReadsNormals = true;
   PlaneInDouble plane;
   LineDistance line;
   Interval reach;

@@ -3,7 +3,7 @@
 #include "zelmo/extract/internal/shape_search.h"
 
 #include <algorithm>
-#include <cmath>
+#include <array>
 #include <cstring>
 
 #include "zelmo/internal/lanes.h"
@@ -19,6 +19,49 @@ FoundKey keyOf(float squared_distance, int index) {
   return static_cast<FoundKey>(bits) << 32U | static_cast<std::uint32_t>(index);
 }
 
+/// Points inside the shape whose normals are still to be looked at. Normals lie all over memory: they
+/// are called for while the chunk fills.
+template <typename Shape>
+class Chunk {
+ public:
+  Chunk(const Shape& shape, const float* normals, std::vector<FoundKey>& found)
+      : m_shape(shape), m_normals(normals), m_found(found) {}
+
+  ZELMO_ALWAYS_INLINE void add(const PointGrid::Entry& entry, float squared_distance) {
+    if (Shape::kReadsNormals) __builtin_prefetch(normalOf(entry));
+    m_entry[m_size] = &entry;
+    m_squared[m_size++] = squared_distance;
+  }
+  /// Makes room for a block of lanes.
+  ZELMO_ALWAYS_INLINE void flushWhenFull() {
+    if (m_size > kCapacity - kLanes) flush();
+  }
+  ZELMO_ALWAYS_INLINE void flush() {
+    for (int i = 0; i < m_size; ++i) {
+      const PointGrid::Entry& entry = *m_entry[i];
+      const float p[3] = {entry.x, entry.y, entry.z};
+      if (m_shape.normalFits(normalOf(entry), p)) {
+        m_found.push_back(keyOf(m_squared[i], entry.index));
+      }
+    }
+    m_size = 0;
+  }
+
+ private:
+  static constexpr int kCapacity = 256;
+
+  ZELMO_ALWAYS_INLINE const float* normalOf(const PointGrid::Entry& entry) const {
+    return m_normals + 3 * static_cast<std::ptrdiff_t>(entry.index);
+  }
+
+  const Shape& m_shape;
+  const float* m_normals;
+  std::vector<FoundKey>& m_found;
+  int m_size = 0;
+  const PointGrid::Entry* m_entry[kCapacity];
+  float m_squared[kCapacity];
+};
+
 template <typename Shape>
 ZELMO_ALWAYS_INLINE std::vector<FoundKey> findInLanes(const PointGrid& grid, const Ball& ball,
                                                       const Shape& given_shape,
@@ -27,29 +70,59 @@ ZELMO_ALWAYS_INLINE std::vector<FoundKey> findInLanes(const PointGrid& grid, con
   const float cx = ball.center[0], cy = ball.center[1], cz = ball.center[2];
   const float limit = ball.squaredRadius();
   std::vector<FoundKey> found;
+  Chunk<Shape> chunk(shape, normals, found);
   for (const PointGrid::Run& run : grid.runsNear(ball)) {
     for (int at = run.begin; at < run.end; at += kLanes) {
-      const float* x = grid.x() + at;
-      const float* y = grid.y() + at;
-      const float* z = grid.z() + at;
+      const PointGrid::Entry* entry = grid.entries() + at;
       float squared[kLanes];
       int inside[kLanes];
       ZELMO_LANE_LOOP for (int k = 0; k < kLanes; ++k) {
-        const float dx = x[k] - cx, dy = y[k] - cy, dz = z[k] - cz;
+        const float x = entry[k].x, y = entry[k].y, z = entry[k].z;
+        const float dx = x - cx, dy = y - cy, dz = z - cz;
         squared[k] = dx * dx + dy * dy + dz * dz;
-        inside[k] = static_cast<int>(squared[k] < limit) & shape.inside(x[k], y[k], z[k]);
+        inside[k] = static_cast<int>(squared[k] < limit) & shape.inside(x, y, z);
       }
       const int used = std::min(kLanes, run.end - at);
       for (int k = 0; k < used; ++k) {
-        if (inside[k] == 0) continue;
-        const int index = grid.index()[at + k];
-        const float p[3] = {x[k], y[k], z[k]};
-        if (!shape.normalFits(normals + 3 * static_cast<std::ptrdiff_t>(index), p)) continue;
-        found.push_back(keyOf(squared[k], index));
+        if (inside[k] != 0) chunk.add(entry[k], squared[k]);
       }
+      chunk.flushWhenFull();
     }
   }
+  chunk.flush();
   return found;
+}
+
+constexpr int kDigitBits = 11;
+constexpr std::size_t kFewKeys = 512;  // so few are sorted by comparison
+
+/// Sorts by the upper halves of the keys alone; equal ones keep their order.
+void sortByDistance(std::vector<FoundKey>& keys) {
+  const auto [least, greatest] = std::minmax_element(keys.begin(), keys.end());
+  const auto first = static_cast<std::uint32_t>(*least >> 32U);
+  const auto span = static_cast<std::uint32_t>(*greatest >> 32U) - first;
+  std::vector<FoundKey> moved(keys.size());
+  for (unsigned shift = 0; shift < 32 && span >> shift != 0; shift += kDigitBits) {
+    const auto digit_of = [=](FoundKey key) {
+      const auto offset = static_cast<std::uint32_t>(key >> 32U) - first;
+      return (offset >> shift) & ((1U << kDigitBits) - 1U);
+    };
+    std::array<std::uint32_t, (1U << kDigitBits) + 1> start{};
+    for (const FoundKey key : keys) ++start[digit_of(key) + 1];
+    for (std::size_t d = 1; d < start.size(); ++d) start[d] += start[d - 1];
+    for (const FoundKey key : keys) moved[start[digit_of(key)]++] = key;
+    keys.swap(moved);
+  }
+}
+
+/// Sorts runs of keys with equal upper halves.
+void sortTies(std::vector<FoundKey>& keys) {
+  for (auto begin = keys.begin(); begin != keys.end();) {
+    auto end = begin + 1;
+    while (end != keys.end() && *end >> 32U == *begin >> 32U) ++end;
+    if (end - begin > 1) std::sort(begin, end);
+    begin = end;
+  }
 }
 
 }  // namespace
@@ -67,6 +140,7 @@ float squaredDistanceOf(FoundKey key) {
     return findInLanes(grid, ball, shape, normals);                                              \
   }
 ZELMO_FIND_SHAPE(Everything)
+ZELMO_FIND_SHAPE(SlabShape)
 ZELMO_FIND_SHAPE(RectangleShape<PlaneInFloat>)
 ZELMO_FIND_SHAPE(RectangleShape<PlaneInDouble>)
 ZELMO_FIND_SHAPE(CylinderShape)
@@ -77,30 +151,15 @@ ZELMO_FIND_SHAPE(RingShape)
 ZELMO_FIND_SHAPE(RodShape)
 #undef ZELMO_FIND_SHAPE
 
-std::vector<int> sortedIndices(const std::vector<FoundKey>& keys) {
-  std::vector<int> indices(keys.size());
-  if (keys.empty()) return indices;
-  // Spread over buckets by the distance first; what is left to sort in a bucket is short.
-  const auto [least, greatest] = std::minmax_element(keys.begin(), keys.end());
-  const float first = squaredDistanceOf(*least), last = squaredDistanceOf(*greatest);
-  const std::size_t bucket_count = keys.size() / 4 + 1;
-  const float spread = static_cast<float>(bucket_count) / (last - first);
-  const float per_unit = std::isfinite(spread) ? spread : 0.0F;
-  const auto bucket_of = [=](FoundKey key) {
-    const auto bucket = static_cast<std::size_t>((squaredDistanceOf(key) - first) * per_unit);
-    return std::min(bucket, bucket_count - 1);
-  };
-  std::vector<std::uint32_t> end(bucket_count + 1, 0);
-  for (const FoundKey key : keys) ++end[bucket_of(key) + 1];
-  for (std::size_t b = 0; b < bucket_count; ++b) end[b + 1] += end[b];
-  std::vector<FoundKey> sorted(keys.size());
-  for (const FoundKey key : keys) sorted[end[bucket_of(key)]++] = key;
-  std::uint32_t begin = 0;
-  for (std::size_t b = 0; b < bucket_count; ++b) {
-    std::sort(sorted.begin() + begin, sorted.begin() + end[b]);
-    begin = end[b];
+std::vector<int> sortedIndices(std::vector<FoundKey> keys) {
+  if (keys.size() <= kFewKeys) {
+    std::sort(keys.begin(), keys.end());
+  } else {
+    sortByDistance(keys);
+    sortTies(keys);
   }
-  std::transform(sorted.begin(), sorted.end(), indices.begin(), indexOf);
+  std::vector<int> indices(keys.size());
+  std::transform(keys.begin(), keys.end(), indices.begin(), indexOf);
   return indices;
 }
 

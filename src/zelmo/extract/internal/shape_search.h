@@ -21,6 +21,8 @@ float squaredDistanceOf(FoundKey key);
 /// \param[in] normals three floats for each point that the grid was given
 std::vector<FoundKey> findShape(const PointGrid& grid, const Ball& ball, const Everything& shape,
                                 const float* normals);
+std::vector<FoundKey> findShape(const PointGrid& grid, const Ball& ball, const SlabShape& shape,
+                                const float* normals);
 std::vector<FoundKey> findShape(const PointGrid& grid, const Ball& ball,
                                 const RectangleShape<PlaneInFloat>& shape, const float* normals);
 std::vector<FoundKey> findShape(const PointGrid& grid, const Ball& ball,
@@ -39,6 +41,6 @@ std::vector<FoundKey> findShape(const PointGrid& grid, const Ball& ball, const R
                                 const float* normals);
 
 /// The indices of \p keys in the order of the keys.
-std::vector<int> sortedIndices(const std::vector<FoundKey>& keys);
+std::vector<int> sortedIndices(std::vector<FoundKey> keys);
 
 }  // namespace zelmo::internal
