@@ -32,8 +32,8 @@ constexpr double kPi = 3.14159265358979323846;
 TEST(AxisDistances, CountPointsOnTheAxisPointByTheirOwnRule) {
   const internal::AxisLine axis = internal::AxisLine::through(
       std::array<double, 3>{1, 0, 0}.data(), std::array<double, 3>{0, 0, 2}.data());
-  const internal::LineDistance line{axis};
-  const internal::LineDistanceSquared squared{axis};
+  const internal::AxisDistance line{axis};
+  const internal::AxisDistanceSquared squared{axis};
   const internal::CylinderDistance cylinder{axis, -5};
   // Strictly below 0.01 in all three; in any single one not below it, the point counts as it lies.
   EXPECT_EQ(line(1.009, -0.009, 0.0099), 0.0);
@@ -43,6 +43,27 @@ TEST(AxisDistances, CountPointsOnTheAxisPointByTheirOwnRule) {
   EXPECT_NEAR(squared(1.004, 0.003, 0.01), 2.5e-5, 1e-18);
   EXPECT_NEAR(line(1.004, 0.003, -7), 0.005, 1e-15);
   EXPECT_DOUBLE_EQ(cylinder(1.011, 0, 0), 5.011);
+}
+
+// The second walk is made exactly when it can matter, and both give the same bits when it can't.
+TEST(AxisDistances, SumTheSameWithAndWithoutAsking) {
+  const internal::AxisLine axis{0, 0, 0, 0, 0, 1};
+  const internal::CylinderDistance cylinder{axis, 5};
+  std::vector<float> points;
+  for (int i = 0; i < 27; ++i) points.push_back(0.37F * static_cast<float>(i * i % 31) + 0.5F);
+  const internal::PointView view(points.data(), 9);
+  EXPECT_EQ(internal::laneSumOffAxisPoint(view, cylinder), internal::laneSum(view, cylinder));
+  const double without = internal::laneSum(internal::PointView(points.data(), 8), cylinder);
+  for (const float far : {0.0099F, 0.0101F, 0.019F, 0.021F}) {
+    std::fill(points.end() - 3, points.end(), 0.0F);
+    points.back() = far;
+    const double share = internal::laneSumOffAxisPoint(view, cylinder) - without;
+    EXPECT_NEAR(share, 5, 1e-9);  // on the axis: r away either way
+    points[24] = far;
+    points.back() = 0.0099F;
+    EXPECT_NEAR(internal::laneSumOffAxisPoint(view, cylinder) - without, far < 0.01F ? 5.0 : 5.0 - far,
+                1e-9);
+  }
 }
 
 TEST(XLine3DFit, EndsAreTheFeetOfTheExtremePoints) {

@@ -22,6 +22,7 @@
 /// Never include headers of PCL or Eigen in a source file that holds such kernels.
 
 #include <cmath>
+#include <limits>
 
 #include "zelmo/internal/array_view.h"
 
@@ -103,6 +104,36 @@ ZELMO_ALWAYS_INLINE void laneSums(const View& points, const Term& given_term, do
     for (int n = 0; n < Count; ++n) lane[n][k] += values[n];
   }
   for (int n = 0; n < Count; ++n) sums[n] = addLanes(lane[n]);
+}
+
+/// Sum of the term over all points, and the smallest of what it writes beside its value:
+/// term(x, y, z, beside). A NaN beside is passed over; no points give infinity.
+template <typename View, typename Term>
+ZELMO_ALWAYS_INLINE double laneSumAndSmallest(const View& points, const Term& given_term,
+                                              double* smallest) {
+  constexpr int kFloats = View::kFloats;
+  const Term term = given_term;
+  double lane[kLanes] = {};
+  double low[kLanes];
+  for (int k = 0; k < kLanes; ++k) low[k] = std::numeric_limits<double>::infinity();
+  const float* p = points.data();
+  const int count = points.count();
+  int i = 0;
+  for (; i + kLanes <= count; i += kLanes, p += kFloats * kLanes) {
+    ZELMO_LANE_LOOP for (int k = 0; k < kLanes; ++k) {
+      double beside;
+      lane[k] += termAt(points, term, p + kFloats * k, &beside);
+      low[k] = beside < low[k] ? beside : low[k];
+    }
+  }
+  for (int k = 0; i < count; ++i, ++k, p += kFloats) {
+    double beside;
+    lane[k] += termAt(points, term, p, &beside);
+    low[k] = beside < low[k] ? beside : low[k];
+  }
+  *smallest = low[0];
+  for (int k = 1; k < kLanes; ++k) *smallest = low[k] < *smallest ? low[k] : *smallest;
+  return addLanes(lane);
 }
 
 /// Largest of \p floor and the term over all points by strict comparison: a NaN is passed over.

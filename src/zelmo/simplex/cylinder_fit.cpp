@@ -24,10 +24,10 @@ constexpr int kMaxIterationsOfCandidate = 1000;
 
 // CONTRACT: a point within 0.01 of the axis point in each coordinate counts as r, wherever it lies.
 ZELMO_MULTIVERSION double squareSum(const PointView& points, const CylinderDistance& cylinder) {
-  return foldSquareSum(points, cylinder);
+  return laneSumOffAxisPoint(points, Squared<CylinderDistance>{cylinder});
 }
 ZELMO_MULTIVERSION double plainSum(const PointView& points, const CylinderDistance& cylinder) {
-  return laneSum(points, cylinder);
+  return laneSumOffAxisPoint(points, cylinder);
 }
 ZELMO_MULTIVERSION double largest(const PointView& points, const CylinderDistance& cylinder) {
   return laneMax(points, cylinder, 0.0);

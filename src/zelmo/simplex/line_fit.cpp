@@ -20,10 +20,10 @@ constexpr int kFewestPoints = 3;
 
 // CONTRACT: a point within 0.01 of the line's point in each coordinate counts 0.
 ZELMO_MULTIVERSION double squareSum(const PointView& points, const AxisLine& axis) {
-  return laneSum(points, LineDistanceSquared{axis});
+  return laneSumOffAxisPoint(points, AxisDistanceSquared{axis});
 }
 ZELMO_MULTIVERSION double absSum(const PointView& points, const AxisLine& axis) {
-  return laneSum(points, LineDistance{axis});
+  return laneSumOffAxisPoint(points, AxisDistance{axis});
 }
 
 AxisLine lineOf(const gsl_vector* v) {

@@ -2,18 +2,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "zelmo/simplex/internal/cone_sums.h"
 
-#include <cmath>
-
 #include "zelmo/internal/objective.h"
 
 namespace zelmo::internal {
 namespace {
 
-ZELMO_MULTIVERSION double squareSumInLanes(const PointView& points, const ConeDistance& cone) {
-  return foldSquareSum(points, cone);
+ZELMO_MULTIVERSION double squareSumInLanes(const PointView& points, const ConeDistance& cone,
+                                           double* nearest) {
+  return laneSumAndSmallest(points, Squared<ConeDistance>{cone}, nearest);
 }
-ZELMO_MULTIVERSION double absSumInLanes(const PointView& points, const ConeDistance& cone) {
-  return laneSum(points, cone);
+ZELMO_MULTIVERSION double absSumInLanes(const PointView& points, const ConeDistance& cone,
+                                        double* nearest) {
+  return laneSumAndSmallest(points, cone, nearest);
 }
 
 struct Plain {
@@ -35,7 +35,8 @@ double sumInOrder(const PointView& points, const ConeDistance& cone, Share share
       sum += share(radius);
     } else {
       radius = cone.radiusAt(q[0], q[1], q[2]);
-      sum += share(cone(p[0], p[1], p[2]));
+      double ignored;
+      sum += share(cone(p[0], p[1], p[2], &ignored));
     }
   }
   return sum;
@@ -43,16 +44,17 @@ double sumInOrder(const PointView& points, const ConeDistance& cone, Share share
 
 }  // namespace
 
-// In lanes the order of points is lost. It counts only when a point lies on the apex, and then the
-// sum is NaN (as it is for a point that is no number, which both ways give).
+// In lanes the order of points is lost. It counts only when a point may lie on the apex.
 double coneSquareSum(const PointView& points, const ConeDistance& cone) {
-  const double sum = squareSumInLanes(points, cone);
-  return std::isnan(sum) ? sumInOrder(points, cone, Square()) : sum;
+  double nearest;
+  const double sum = squareSumInLanes(points, cone, &nearest);
+  return nearest > kOffAxisPointSquared ? sum : sumInOrder(points, cone, Square());
 }
 
 double coneAbsSum(const PointView& points, const ConeDistance& cone) {
-  const double sum = absSumInLanes(points, cone);
-  return std::isnan(sum) ? sumInOrder(points, cone, Plain()) : sum;
+  double nearest;
+  const double sum = absSumInLanes(points, cone, &nearest);
+  return nearest > kOffAxisPointSquared ? sum : sumInOrder(points, cone, Plain());
 }
 
 }  // namespace zelmo::internal
