@@ -61,8 +61,8 @@ TEST(AxisDistances, SumTheSameWithAndWithoutAsking) {
     EXPECT_NEAR(share, 5, 1e-9);  // on the axis: r away either way
     points[24] = far;
     points.back() = 0.0099F;
-    EXPECT_NEAR(internal::laneSumOffAxisPoint(view, cylinder) - without, far < 0.01F ? 5.0 : 5.0 - far,
-                1e-9);
+    EXPECT_NEAR(internal::laneSumOffAxisPoint(view, cylinder) - without,
+                far < 0.01F ? 5.0 : 5.0 - far, 1e-9);
   }
 }
 
