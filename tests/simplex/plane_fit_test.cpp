@@ -103,21 +103,18 @@ TEST(XPlaneFit, LeavesTheParametersAloneBelowThreePoints) {
   EXPECT_NEAR(plane[0] + 2 * plane[1] + 3 * plane[2], 0.0, 1e-9);
 }
 
-// A regression normal without a positive component gives the step 0 or a negative one. On points
-// with the normal (0, 0, -1) or (0, 0, 1), whichever comes out, the outlier moves the result exactly
-// when the step is not 0.
+// With two points the start is the caller's plane, here one that no point lies on. Its largest
+// component is 0 with its sign, so the step is 0 and the start the result; turned around, the same
+// plane descends.
 TEST(XPlaneFit, TakesTheStepFromTheSignedComponents) {
-  Points points = raisedPlate({0, 0, 1, 0});
-  Plane start{};
-  Plane end{};
-  XPlaneFit().Fit(points, start.data(), LeastSquare);
-  ASSERT_EQ(std::fabs(start[2]), 1.0);
-  XPlaneFit().Fit(points, end.data(), LeastAbsDev);
-  if (std::max({start[0], start[1], start[2]}) == 0.0) {
-    EXPECT_EQ(end, start);
-  } else {
-    EXPECT_NE(end, start);
-  }
+  const float two_points[] = {1, 0, 1, 5, 0, 3};
+  Plane stuck = {0, 0, -1, 0};
+  Plane moving = {0, 0, 1, 0};
+  XPlaneFit().Fit(two_points, 2, stuck.data(), LeastAbsDev);
+  XPlaneFit().Fit(two_points, 2, moving.data(), LeastAbsDev);
+  EXPECT_THAT(stuck, ElementsAre(0, 0, -1, 0));
+  EXPECT_NEAR(moving[0] * 1 + moving[2] * 1 + moving[3], 0, 1e-3);
+  EXPECT_NEAR(moving[0] * 5 + moving[2] * 3 + moving[3], 0, 1e-3);
 }
 
 TEST(XPlaneFit, KeepsTheStartWhereDistancesAreNotFinite) {
