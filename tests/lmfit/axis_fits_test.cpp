@@ -119,6 +119,24 @@ TEST(XCylinderFitLM, ADroppedPointDoesNotLengthenIt) {
   EXPECT_GT(fit.height, 85);
 }
 
+// What is rounded to float inside the residuals, by numbers that no float holds.
+TEST(AxisResiduals, RoundRadiusAndSlopeToFloat) {
+  float point[3] = {3, 0, 7};
+  double hx = 0;
+  double cylinder[7] = {0, 0, 0, 0, 0, 2, 0.1};
+  XCylinderFitLM::Fit_Function(cylinder, &hx, 7, 1, point);
+  EXPECT_EQ(hx, 3.0 - static_cast<double>(0.1F));
+  double cone[7] = {0, 0, 0, 0, 0, -2, 0.3};
+  XConeFitLM::Fit_Function(cone, &hx, 7, 1, point);
+  const double slope = std::tan(0.3F);
+  EXPECT_EQ(hx, 3.0 - static_cast<double>(static_cast<float>(7.0 * slope)));
+  EXPECT_NE(hx, 3.0 - 7.0 * slope);
+  // Without an axis there is no distance from it.
+  cylinder[5] = 0;
+  XCylinderFitLM::Fit_Function(cylinder, &hx, 7, 1, point);
+  EXPECT_EQ(hx, -static_cast<double>(0.1F));
+}
+
 // Two objects at once, each the same bits as alone.
 TEST(DampedFits, RunAtOnceInTwoThreads) {
   const Scan scan = cylinderScan(2000, 0.01L);

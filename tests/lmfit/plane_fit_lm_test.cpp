@@ -170,7 +170,7 @@ TEST(XPlaneFitLM, PrintsWhatEachFilterDid) {
 // The zone of four points one of which is lifted: all but the farthest are measured from the lowest.
 TEST(XPlaneFitLM, TheZoneResidualWeighsTheFarthestPoint) {
   float points[] = {0, 0, -1, 1, 0, 0, 0, 1, 3, 1, 1, 3};
-  double plane[] = {0, 0, 2, 2};
+  double plane[] = {0, 0, 2, 4};
   double hx[4];
   XPlaneFitLM::Fit_Chebyshev_Function(plane, hx, 4, 4, points);
   EXPECT_THAT(hx, ElementsAre(0, 1, 4 * 40, 4));

@@ -231,7 +231,7 @@ class FitStages {
   }
 
   SigmaBand bandOf(float factor, unsigned stage) {
-    float stats[4];
+    float stats[4] = {};
     m_fit.calcStatistics(m_points.data(), m_count, stats, m_residuals);
     const float mean = stats[2];
     const float deviation = std::sqrt(stats[3]);
@@ -244,7 +244,7 @@ class FitStages {
   }
 
   void measureAbsolute() {
-    float stats[4];
+    float stats[4] = {};
     m_fit.calcStatistics(m_points.data(), m_count, stats, m_residuals);
     // What can't be measured counts as farthest off.
     for (float& r : m_residuals) r = std::isnan(r) ? HUGE_VALF : std::fabs(r);
