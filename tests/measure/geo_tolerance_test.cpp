@@ -180,6 +180,61 @@ TEST(XGeoTolrance, EqualsItsDefinitionInLongDouble) {
   }
 }
 
+// A turn about any axis, by the reflections at two planes.
+struct Motion {
+  Vec m, n, shift;
+
+  explicit Motion(RandomGeometry& random)
+      : m(random.direction()), n(random.direction()), shift(random.point(30)) {}
+  Vec turned(const Vec& v) const {
+    const Vec once = v - m * (2 * v.dot(m));
+    return once - n * (2 * once.dot(n));
+  }
+  Array moved(const Array& array) const {
+    Array out = array;
+    (turned(Vec(array.data())) + shift).copyTo(out.data());
+    turned(Vec(array.data() + 3)).copyTo(out.data() + 3);
+    return out;
+  }
+};
+
+TEST(XGeoTolrance, IsTheSameInAnyPoseAndOrder) {
+  RandomGeometry random(22);
+  for (int round = 0; round < 500; ++round) {
+    Configuration c(random);
+    const Motion motion(random);
+    // The rule of the near point holds along the axes of the world, and a point square to the line
+    // may change its sign by a rounding.
+    const auto undecided = [&](const cv::Point3f& p) {
+      const auto beside = [&p](const Array& a, const Array& d) {
+        return std::fabs((Vec(p) - Vec(a.data())).dot(Vec(d.data() + 3))) < 0.1L;
+      };
+      return (Vec(p) - Vec(c.feature.data())).norm() < 0.1L || beside(c.feature, c.feature) ||
+             beside(c.feature, c.datum) || beside(c.datum, c.datum);
+    };
+    c.points.erase(std::remove_if(c.points.begin(), c.points.end(), undecided), c.points.end());
+    if (c.points.size() < 3) continue;
+    Points moved;
+    for (const auto& p : c.points) {
+      moved.push_back((motion.turned(Vec(p)) + motion.shift).rounded());
+    }
+    Array feature = motion.moved(c.feature);
+    Array datum = motion.moved(c.datum);
+    Points reversed(c.points.rbegin(), c.points.rend());
+    for (const Tolerance& tolerance : kBands) {
+      // The direction square to the datum is a point's sign on its own.
+      if (tolerance.name == std::string("calcPerpendicularity_Line_Line")) continue;
+      SCOPED_TRACE(testing::Message() << tolerance.name << " round " << round);
+      const double value =
+          tolerance.by_vector(c.points, c.feature.data(), c.datum.data(), false, 0);
+      EXPECT_NEAR(tolerance.by_vector(moved, feature.data(), datum.data(), false, 0), value, 5e-5);
+      EXPECT_EQ(tolerance.by_vector(reversed, c.feature.data(), c.datum.data(), false, 0), value);
+      EXPECT_NEAR(tolerance.by_vector(reversed, c.feature.data(), c.datum.data(), true, 1),
+                  tolerance.by_vector(c.points, c.feature.data(), c.datum.data(), true, 1), 1e-9);
+    }
+  }
+}
+
 TEST(XGeoTolrance, NeedsThreePoints) {
   float two[] = {0, 0, 0, 1, 2, 3};
   Array feature = {0, 0, 0, 0, 0, 1, 1};
@@ -254,6 +309,17 @@ TEST(Extremes, PassOverNaNAndFollowInfinity) {
     EXPECT_EQ(XGeoTolrance::calcFlatness(heights(z), plane, false, 0), inf) << at;
     z[at] = -9;
     EXPECT_EQ(XGeoTolrance::calcFlatness(heights(z), plane, false, 0), 13.0) << at;
+  }
+  // What came before a NaN in the same lane still counts after it.
+  for (std::size_t at = 0; at < 8; ++at) {
+    std::vector<float> z(27);
+    z[at] = 9;
+    z[at + 8] = std::numeric_limits<float>::quiet_NaN();
+    z[at + 16] = 1;
+    EXPECT_EQ(XGeoTolrance::calcFlatness(heights(z), plane, false, 0), 9.0) << at;
+    z[at] = -9;
+    EXPECT_EQ(XGeoTolrance::calcFlatness(heights(z), plane, false, 0), 10.0) << at;
+    EXPECT_EQ(XGeoTolrance::calcFlatness(heights(z), plane, true, 5), 10.0) << at;
   }
   EXPECT_EQ(XGeoTolrance::calcFlatness(heights({2e10F, 3e10F, 4e10F}), plane, false, 0),
             static_cast<double>(4e10F) - 1e10);

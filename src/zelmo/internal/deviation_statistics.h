@@ -35,6 +35,8 @@ enum class NearPoint {
   Measured,   ///< like any other: damped cylinder fit
 };
 
+constexpr double kNearAxisPoint = 0.01;
+
 /// A point and a direction that is expected to be unit; a longer one scales the distance.
 struct AxisOffset {
   double ox, oy, oz, dx, dy, dz;
@@ -57,11 +59,10 @@ struct AxisOffset {
   }
   /// \p value, or 0 for a point within 0.01 of o in each coordinate.
   ZELMO_ALWAYS_INLINE double unlessNear(double x, double y, double z, double value) const {
-    constexpr double kNear = 0.01;
     // Three selections instead of one condition: a branch would keep the loop scalar.
-    const double by_z = std::fabs(z - oz) < kNear ? 0.0 : value;
-    const double by_y = std::fabs(y - oy) < kNear ? by_z : value;
-    return std::fabs(x - ox) < kNear ? by_y : value;
+    const double by_z = std::fabs(z - oz) < kNearAxisPoint ? 0.0 : value;
+    const double by_y = std::fabs(y - oy) < kNearAxisPoint ? by_z : value;
+    return std::fabs(x - ox) < kNearAxisPoint ? by_y : value;
   }
 };
 

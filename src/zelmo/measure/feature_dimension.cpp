@@ -27,16 +27,20 @@ int XGeoDimension::Distance(const XFPoint& first, const XFPoint& second,
 
 int XGeoDimension::Distance(const XFPoint& point, const XFLine3D2& line, XFPoint& foot,
                             XDistanceAttributes& distance) {
-  const XFPoint from = point;
-  XGeoFConstructor::getProjectionPoint(from, line, foot);
-  return Distance(from, foot, distance);
+  XFPoint found;
+  XGeoFConstructor::getProjectionPoint(point, line, found);
+  Distance(point, found, distance);
+  foot = found;
+  return 0;
 }
 
 int XGeoDimension::Distance(const XFPoint& point, const XFPlane& plane, XFPoint& foot,
                             XDistanceAttributes& distance) {
-  const XFPoint from = point;
-  XGeoFConstructor::getProjectionPoint(from, plane, foot);
-  return Distance(from, foot, distance);
+  XFPoint found;
+  XGeoFConstructor::getProjectionPoint(point, plane, found);
+  Distance(point, found, distance);
+  foot = found;
+  return 0;
 }
 
 double XGeoDimension::Angle(const XFLine3D2& first, const XFLine3D2& second) {

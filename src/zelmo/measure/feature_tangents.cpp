@@ -29,7 +29,9 @@ constexpr int kSamePoint = -3;
 constexpr int kNoPlane = -4;
 // Centers of spheres that lie closer have no plane.
 constexpr double kSamePlace = 1e-6;
+// A sphere with a smaller radius is touched in its center.
 constexpr double kTouchesItself = 1e-6;
+constexpr int kPairs[3][2] = {{0, 1}, {0, 2}, {1, 2}};
 
 /// Three points in one array, and their plane with the normal turned to the first point's side.
 struct OrientedThree {
@@ -197,7 +199,6 @@ int XGeoFConstructor::getPlaneOffset(const XFPoint* const points, const float* c
     radii[k] = offsets[order[k]];
     upward[k] = withUpwardNormal(widened(centers[k]));
   }
-  constexpr int kPairs[3][2] = {{0, 1}, {0, 2}, {1, 2}};
   for (const auto& pair : kPairs) {
     if (centers[pair[0]].Distance(centers[pair[1]]) < kSamePlace) return kSamePoint;
   }
