@@ -20,6 +20,18 @@ TEST(SharedLibrary, FeatureRecordsKeepTheirClassAcrossIt) {
   EXPECT_EQ(xexportfiles::XExportFiles::Export3DFeature(records[1], L"no file"), -1);
 }
 
+TEST(SharedLibrary, ExportsMeasurement) {
+  const float axes[6] = {0, 0, 0, 1, 0, 0};
+  float out[3] = {};
+  EXPECT_EQ(xgeomeasure::XGeoDimension::calcDistance_Point2Line(axes + 3, axes), 0.0);
+  EXPECT_EQ(xgeomeasure::XGeoConstructor::Projection_Point_Line(axes, axes, out), 0);
+  EXPECT_EQ(xgeomeasure::XGeoTolrance::calcSphericity(nullptr, 0, nullptr, false, 0), -1.0);
+  xgeofeature::XFPoint average;
+  xgeofeature::XDistanceAttributes distance;
+  EXPECT_EQ(xgeofeature::XGeoFConstructor::getPointAverage({}, average), -1);
+  EXPECT_EQ(xgeofeature::XGeoDimension::Distance(average, average, distance), 0);
+}
+
 TEST(SharedLibrary, ExportsTheDampedFits) {
   const xfeaturefitfilter::FilterParam limits(45, 2, 0.1F);
   const auto none = xfeaturefitfilter::FilterNone;

@@ -62,14 +62,15 @@ TEST(SphereThrough, FailsBelowADeterminantOfOneMillionth) {
 
 TEST(SphereThrough, KnowsItsTwoPrecisions) {
   // 4097 squared has no float: 16785409 becomes 16785408.
-  const float p[12] = {4097, 0, 0, 4096, 0, 0, 4096, 1, 0, 4096, 0, 1};
+  const float p[12] = {4097, 0, 0, 4096, 0, 0, 4096, 1, 0, 4096, 0, 2};
   const auto in_float = sphereThrough(p, SquareSums::InFloat);
   const auto in_double = sphereThrough(p, SquareSums::InDouble);
   ASSERT_TRUE(in_float && in_double);
   EXPECT_EQ(in_double->center[0], 4096.5F);
   EXPECT_EQ(in_float->center[0], 4096.0F);
   // The radius belongs to the center as it is stored.
-  EXPECT_FLOAT_EQ(in_double->radius, std::sqrt(0.75F));
+  EXPECT_FLOAT_EQ(in_double->radius, std::sqrt(1.5F));
+  EXPECT_FLOAT_EQ(in_float->radius, std::sqrt(2.0F));
 }
 
 }  // namespace

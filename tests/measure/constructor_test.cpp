@@ -267,6 +267,13 @@ TEST(TwoLines, AreToldApartAtTheThresholds) {
       0);
   EXPECT_THAT(first, Each(7));
   EXPECT_THAT(second, Each(7));
+  // Only the second line meets a plane with a unit normal; short directions tell the two apart.
+  const Six short_x = {0, 0, 0, 5e-4F, 0, 0};
+  const Six short_y = {1, 2, 3, 0, 1e-3F, 0};
+  EXPECT_EQ(XGeoConstructor::Intersection_Line_Line2(short_x.data(), short_y.data(), first, second),
+            0);
+  EXPECT_THAT(first, Each(7));
+  EXPECT_LE((Vec(second) - Vec(1, 0, 3)).norm(), 1e-6L);
 }
 
 TEST(LineAndPlane, MeetAndProject) {

@@ -369,6 +369,12 @@ TEST(Perpendicularity, OfLinesFailsOnlyForAZeroCross) {
             kNoTolerance);
   datum[3] = std::nextafter(1.2, 2.0);
   EXPECT_GT(XGeoTolrance::calcPerpendicularity_Line_Line(points, line, datum, false, 0), 0.0);
+  // The reference runs along the measured direction, not against it: with that one point neither
+  // ahead nor behind, 3 and 1 would lie on different sides.
+  double x_axis[6] = {0, 0, 0, 1, 0, 0};
+  double y_axis[6] = {0, 0, 0, 0, 1, 0};
+  const Points ahead = {{0, 3, 0}, {2, 1, 0}, {4, 1, 0}};
+  EXPECT_EQ(XGeoTolrance::calcPerpendicularity_Line_Line(ahead, x_axis, y_axis, false, 0), 2.0);
 }
 
 TEST(Perpendicularity, OfPlanesIsTheShortSideOnTheDatum) {
