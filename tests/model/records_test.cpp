@@ -4,10 +4,12 @@
 #include <functional>
 #include <limits>
 #include <numeric>
+#include <random>
 
 #include <BRepPrimAPI_MakeBox.hxx>
 #include <gmock/gmock.h>
 
+#include "zelmo/model/internal/record_index.h"
 #include "zelmo/model/outline_records.h"
 #include "zelmo/model/solid_records.h"
 
@@ -266,6 +268,75 @@ TEST(ModelRecords, PlaneCornersComeFromTheSizeNotFromTheStoredCorners) {
     EXPECT_EQ(p[i].y, expected[i][1]);
     EXPECT_EQ(p[i].z, expected[i][2]);
   }
+}
+
+// ---- the index --------------------------------------------------------------------------------
+
+float spread(std::mt19937& random, float scale, float noise) {
+  std::uniform_int_distribution<int> step(-2, 2);
+  std::uniform_real_distribution<float> jitter(-noise, noise);
+  return static_cast<float>(step(random)) * scale + jitter(random);
+}
+
+/// The index finds what the scan from the last record back finds, on records that lie about a
+/// tolerance apart, some of them reversed.
+template <typename Record, typename Make>
+void expectIndexLikeScan(Make make) {
+  std::mt19937 random(11);
+  std::vector<Record> list;
+  zelmo::internal::RecordIndex<Record> index(list);
+  int hits = 0;
+  for (int i = 0; i < 1500; ++i) {
+    const Record record = make(random);
+    const auto scanned = std::find_if(list.rbegin(), list.rend(),
+                                      [&record](Record& known) { return known == record; });
+    const Record* expected = scanned == list.rend() ? nullptr : &*scanned;
+    ASSERT_EQ(index.newestEqual(record), expected);
+    hits += expected != nullptr;
+    if (expected == nullptr || i % 3 == 0) index.append(record);
+  }
+  EXPECT_GT(hits, 100);
+  EXPECT_LT(hits, 1500);
+}
+
+TEST(ModelRecordIndex, FindsWhatAScanFinds) {
+  const auto sign = [](std::mt19937& random) { return random() % 2 == 0 ? 1.0F : -1.0F; };
+  expectIndexLikeScan<XFPlane>([&](std::mt19937& random) {
+    XFPlane plane;
+    plane.c = sign(random);
+    plane.d = spread(random, 2e-5F, 2e-6F);
+    return plane;
+  });
+  expectIndexLikeScan<XFSphere>([&](std::mt19937& random) {
+    XFSphere sphere;
+    sphere.center[0] = spread(random, 2e-5F, 2e-6F);
+    return sphere;
+  });
+  expectIndexLikeScan<XFCylinder>([&](std::mt19937& random) {
+    XFCylinder cylinder;
+    cylinder.axis[0] = sign(random);
+    cylinder.base[0] = spread(random, 0.01F, 0.002F);
+    cylinder.top[0] = spread(random, 0.01F, 0.002F);
+    if (cylinder.axis[0] < 0) std::swap(cylinder.base, cylinder.top);
+    return cylinder;
+  });
+  expectIndexLikeScan<XFCone>([&](std::mt19937& random) {
+    XFCone cone;
+    cone.axis[0] = 1.0F;
+    cone.apex[0] = spread(random, 0.001F, 2e-4F);
+    return cone;
+  });
+  expectIndexLikeScan<XFLine3D>([&](std::mt19937& random) {
+    XFLine3D line;
+    line.start[0] = spread(random, 0.1F, 0.02F);
+    line.end[0] = spread(random, 0.1F, 0.02F);
+    return line;
+  });
+  expectIndexLikeScan<XFCircle3D>([&](std::mt19937& random) {
+    XFCircle3D circle = flatOutline<XFCircle3D>();
+    circle.center[0] = spread(random, 0.1F, 0.02F);
+    return circle;
+  });
 }
 
 }  // namespace

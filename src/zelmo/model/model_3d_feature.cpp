@@ -5,23 +5,25 @@
 #include <TopExp_Explorer.hxx>
 #include <TopoDS.hxx>
 
+#include "zelmo/model/internal/record_index.h"
 #include "zelmo/model/model_feature.h"
 
 namespace xmodelfeature {
+
+using zelmo::internal::RecordIndex;
+
 namespace {
 
 /// Adds \p face to the newest equal record, or its own record to the list.
 template <typename Record>
-void addFace(const TopoDS_Face& face, const std::vector<float>& data, std::vector<Record>& list) {
+void addFace(const TopoDS_Face& face, const std::vector<float>& data, RecordIndex<Record>& index) {
   Record record(data);
-  for (auto known = list.rbegin(); known != list.rend(); ++known) {
-    if (*known == record) {
-      known->faces.push_back(face);
-      return;
-    }
+  if (Record* known = index.newestEqual(record)) {
+    known->faces.push_back(face);
+    return;
   }
   record.faces.push_back(face);
-  list.push_back(std::move(record));
+  index.append(std::move(record));
 }
 
 template <typename Record>
@@ -43,15 +45,19 @@ int findFace(const TopoDS_Face& face, ModelFeatureType wanted, const std::vector
 void XModel3DFeature::get3DFeatureData(const TopoDS_Shape& shape) {
   // CONTRACT: only the spheres start afresh, the other lists grow.
   spheres.clear();
+  RecordIndex<XFPlane> plane_index(planes);
+  RecordIndex<XFSphere> sphere_index(spheres);
+  RecordIndex<XFCylinder> cylinder_index(cylinders);
+  RecordIndex<XFCone> cone_index(cones);
   ModelFeatureType type = ModelUnknown;
   std::vector<float> data;
   for (TopExp_Explorer walk(shape, TopAbs_FACE); walk.More(); walk.Next()) {
     const TopoDS_Face& face = TopoDS::Face(walk.Current());
     XModelFeature::getFaceInfo(face, type, data);
-    if (type == ModelPlane) addFace(face, data, planes);
-    if (type == ModelSphere) addFace(face, data, spheres);
-    if (type == ModelCylinder) addFace(face, data, cylinders);
-    if (type == ModelCone) addFace(face, data, cones);
+    if (type == ModelPlane) addFace(face, data, plane_index);
+    if (type == ModelSphere) addFace(face, data, sphere_index);
+    if (type == ModelCylinder) addFace(face, data, cylinder_index);
+    if (type == ModelCone) addFace(face, data, cone_index);
   }
 }
 

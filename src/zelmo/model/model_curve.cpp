@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "zelmo/model/model_curve.h"
 
-#include <algorithm>
 #include <cmath>
 #include <optional>
 
@@ -17,11 +16,13 @@
 
 #include "zelmo/model/internal/edge_analysis.h"
 #include "zelmo/model/internal/edge_points.h"
+#include "zelmo/model/internal/record_index.h"
 #include "zelmo/model/model_feature.h"
 
 namespace xmodelfeature {
 
 using zelmo::internal::EdgeCurve;
+using zelmo::internal::RecordIndex;
 
 namespace {
 
@@ -89,9 +90,8 @@ class HoleFinder {
 
 /// Appends \p record unless the list has an equal one.
 template <typename Record>
-void addOnce(const Record& record, std::vector<Record>& list) {
-  const auto same = [&record](Record& known) { return known == record; };
-  if (std::none_of(list.rbegin(), list.rend(), same)) list.push_back(record);
+void addOnce(const Record& record, RecordIndex<Record>& index) {
+  if (index.newestEqual(record) == nullptr) index.append(record);
 }
 
 }  // namespace
@@ -141,22 +141,27 @@ int XModelCurve::getCurveData(const TopoDS_Shape& model) {
   ovalGrooves.clear();
   roundGrooves.clear();
   rectangles.clear();
+  RecordIndex<XFLine3D> line_index(lines);
+  RecordIndex<XFCircle3D> circle_index(circles);
+  RecordIndex<XFOvalGroove3D> oval_index(ovalGrooves);
+  RecordIndex<XFRoundGroove3D> round_index(roundGrooves);
+  RecordIndex<XFRectangle3D> rectangle_index(rectangles);
   HoleFinder holes(*this);
   for (TopExp_Explorer walk(model, TopAbs_EDGE); walk.More(); walk.Next()) {
     const TopoDS_Edge& edge = TopoDS::Edge(walk.Current());
     XFLine3D line;
-    if (isLine(edge, line) == kYes) addOnce(line, lines);
+    if (isLine(edge, line) == kYes) addOnce(line, line_index);
     XFCircle3D circle;
-    if (isCircle(edge, circle) == kYes) addOnce(circle, circles);
+    if (isCircle(edge, circle) == kYes) addOnce(circle, circle_index);
     XFOvalGroove3D oval;
-    if (holes.find(edge, oval, &XModelFeature::isOvalGroove) == kYes) addOnce(oval, ovalGrooves);
+    if (holes.find(edge, oval, &XModelFeature::isOvalGroove) == kYes) addOnce(oval, oval_index);
     XFRoundGroove3D round;
     if (holes.find(edge, round, &XModelFeature::isRoundGroove) == kYes) {
-      addOnce(round, roundGrooves);
+      addOnce(round, round_index);
     }
     XFRectangle3D rectangle;
     if (holes.find(edge, rectangle, &XModelFeature::isRectangle) == kYes) {
-      addOnce(rectangle, rectangles);
+      addOnce(rectangle, rectangle_index);
     }
   }
   return 0;

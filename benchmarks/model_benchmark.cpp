@@ -1,0 +1,160 @@
+// SPDX-FileCopyrightText: LibZelmo contributors
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <random>
+#include <string>
+
+#include <BRepAdaptor_Surface.hxx>
+#include <STEPControl_Reader.hxx>
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <unistd.h>
+#include <zelmo/model/model_3d_feature.h>
+#include <zelmo/model/model_curve.h>
+#include <zelmo/model/model_feature.h>
+
+#include "support/cad_shapes.h"
+#include "support/temporary_folder.h"
+
+/// \file
+/// Reading beside OpenCASCADE's own reader on the same file, and listing beside that reading.
+
+namespace {
+
+using namespace xmodelfeature;  // NOLINT(google-build-using-namespace): a program of its own
+
+/// Lines that the readers print go nowhere.
+class SilentOutput {
+ public:
+  SilentOutput() : m_saved(dup(STDOUT_FILENO)) {
+    std::fflush(stdout);
+    const int nowhere = open("/dev/null", O_WRONLY);
+    dup2(nowhere, STDOUT_FILENO);
+    close(nowhere);
+  }
+  SilentOutput(const SilentOutput&) = delete;
+  SilentOutput& operator=(const SilentOutput&) = delete;
+  ~SilentOutput() {
+    std::fflush(stdout);
+    dup2(m_saved, STDOUT_FILENO);
+    close(m_saved);
+  }
+
+ private:
+  int m_saved;
+};
+
+/// A model of boxes and cylinders all over the place, with about \p faces faces, hardly two of them in
+/// one plane.
+TopoDS_Shape scatteredModel(int faces) {
+  std::mt19937 random(20);
+  std::uniform_real_distribution<double> place(-500.0, 500.0), size(1.0, 20.0);
+  std::vector<TopoDS_Shape> solids;
+  for (int count = 0; count < faces; count += 9) {
+    const gp_Pnt corner(place(random), place(random), place(random));
+    solids.push_back(BRepPrimAPI_MakeBox(corner, size(random), size(random), size(random)).Shape());
+    const gp_Ax2 axis(gp_Pnt(place(random), place(random), place(random)),
+                      gp_Dir(place(random), place(random), place(random)));
+    solids.push_back(BRepPrimAPI_MakeCylinder(axis, size(random), size(random)).Shape());
+  }
+  return zelmo::test::together(solids);
+}
+
+/// The model, its file and what OpenCASCADE's reader needs for it, made once per size.
+struct Sample {
+  explicit Sample(int faces) : path((folder.path() / "model.stp").string()) {
+    const SilentOutput silent;
+    STEPControl_Writer writer;
+    writer.Transfer(scatteredModel(faces), STEPControl_AsIs);
+    writer.Write(path.c_str());
+    XReadModel::readStepFile(path.data(), shape);
+  }
+  zelmo::test::TemporaryFolder folder;
+  std::string path;
+  TopoDS_Shape shape;
+};
+
+Sample& sampleOf(const benchmark::State& state) {
+  static std::map<int, std::unique_ptr<Sample>> samples;
+  auto& sample = samples[static_cast<int>(state.range(0))];
+  if (!sample) sample = std::make_unique<Sample>(static_cast<int>(state.range(0)));
+  return *sample;
+}
+
+void BM_Occ_ReadStep(benchmark::State& state) {
+  Sample& sample = sampleOf(state);
+  const SilentOutput silent;
+  for (auto _ : state) {
+    STEPControl_Reader reader;
+    reader.ReadFile(sample.path.c_str());
+    reader.NbRootsForTransfer();
+    reader.TransferRoots();
+    benchmark::DoNotOptimize(reader.OneShape());
+  }
+}
+
+void BM_XReadModel_readStepFile(benchmark::State& state) {
+  Sample& sample = sampleOf(state);
+  const SilentOutput silent;
+  for (auto _ : state) {
+    TopoDS_Shape shape;
+    benchmark::DoNotOptimize(XReadModel::readStepFile(sample.path.data(), shape));
+  }
+}
+
+void BM_XModel3DFeature_get3DFeatureData(benchmark::State& state) {
+  const Sample& sample = sampleOf(state);
+  for (auto _ : state) {
+    XModel3DFeature features;
+    features.get3DFeatureData(sample.shape);
+    benchmark::DoNotOptimize(features.planes.data());
+  }
+}
+
+void BM_XModelCurve_getCurveData(benchmark::State& state) {
+  const Sample& sample = sampleOf(state);
+  for (auto _ : state) {
+    XModelCurve curves;
+    curves.setData(sample.shape);
+    curves.getCurveData(sample.shape);
+    benchmark::DoNotOptimize(curves.lines.data());
+  }
+}
+
+/// The kind of every face by an adaptor, what a host would write itself.
+void BM_Adaptor_FaceKinds(benchmark::State& state) {
+  const Sample& sample = sampleOf(state);
+  const auto faces = zelmo::test::facesOf(sample.shape);
+  for (auto _ : state) {
+    for (const TopoDS_Face& face : faces) {
+      benchmark::DoNotOptimize(BRepAdaptor_Surface(face, true).GetType());
+    }
+  }
+}
+
+void BM_XModelFeature_getFaceInfo(benchmark::State& state) {
+  const Sample& sample = sampleOf(state);
+  const auto faces = zelmo::test::facesOf(sample.shape);
+  std::vector<float> data;
+  for (auto _ : state) {
+    for (const TopoDS_Face& face : faces) {
+      ModelFeatureType type = ModelUnknown;
+      XModelFeature::getFaceInfo(face, type, data);
+      benchmark::DoNotOptimize(type);
+    }
+  }
+}
+
+BENCHMARK(BM_Occ_ReadStep)->ArgName("faces")->Arg(450)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_XReadModel_readStepFile)->ArgName("faces")->Arg(450)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_XModel3DFeature_get3DFeatureData)
+    ->ArgName("faces")
+    ->Arg(450)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_XModelCurve_getCurveData)->ArgName("faces")->Arg(450)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Adaptor_FaceKinds)->ArgName("faces")->Arg(450)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_XModelFeature_getFaceInfo)->ArgName("faces")->Arg(450)->Unit(benchmark::kMillisecond);
+
+}  // namespace
