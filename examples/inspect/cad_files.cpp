@@ -9,7 +9,7 @@
 
 #include <Standard_Failure.hxx>
 #include <TopExp_Explorer.hxx>
-#include <zelmo/zelmo.h>
+#include <zelmo/model/read_model.h>
 
 #include "failure.h"
 

@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <iostream>
 
 #include <fcntl.h>
@@ -15,10 +16,11 @@ namespace inspect {
 namespace {
 
 volatile std::sig_atomic_t end_asked = 0;
+volatile pid_t other_process = 0;
 
 extern "C" void askForEnd(int signal) {
   end_asked = 1;
-  std::signal(signal, SIG_DFL);  // the second time it is not a request
+  if (other_process > 0) ::kill(other_process, signal);
 }
 
 void flushAll() {
@@ -48,20 +50,30 @@ OutputAside::~OutputAside() {
   ::close(m_terminal);
 }
 
-Progress::Progress() : m_shown(::isatty(STDERR_FILENO) != 0) {}
+Progress::Progress(char* note, std::size_t size)
+    : m_note(note), m_size(size), m_shown(::isatty(STDERR_FILENO) != 0) {}
 
-Progress::~Progress() {
-  if (m_shown) std::fputs("\r\x1b[K", stderr);
-}
+Progress::~Progress() { clear(); }
 
 void Progress::step(const std::string& text) {
+  std::strncpy(m_note, text.c_str(), m_size - 1);
   if (end_asked != 0) throw Failure(kInterrupted, "interrupted; nothing was written");
   if (m_shown) std::fprintf(stderr, "\r\x1b[K%s ...", text.c_str());
 }
 
-void endPolitelyOnSignals() {
-  std::signal(SIGINT, askForEnd);
-  std::signal(SIGTERM, askForEnd);
+void Progress::clear() const {
+  if (m_shown) std::fputs("\r\x1b[K", stderr);
 }
+
+void endPolitelyOnSignals() {
+  struct sigaction action = {};
+  action.sa_handler = askForEnd;
+  ::sigaction(SIGINT, &action, nullptr);
+  ::sigaction(SIGTERM, &action, nullptr);
+}
+
+bool endWasAsked() { return end_asked != 0; }
+
+void passSignalsTo(pid_t process) { other_process = process; }
 
 }  // namespace inspect

@@ -2,7 +2,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstddef>
 #include <string>
+
+#include <sys/types.h>
 
 namespace inspect {
 
@@ -23,7 +26,8 @@ class OutputAside {
 /// One line on the terminal that says what is going on; silent where there is no terminal.
 class Progress {
  public:
-  Progress();
+  /// \param note char[size]: where the text of the step is kept for another process to read
+  Progress(char* note, std::size_t size);
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
@@ -31,11 +35,22 @@ class Progress {
   /// Shows the step. Throws Failure with kInterrupted once the user has asked the program to end.
   void step(const std::string& text);
 
+  /// Takes the line away, so that something else can be printed.
+  void clear() const;
+
  private:
-  bool m_shown = false;
+  char* m_note;
+  std::size_t m_size;
+  bool m_shown;
 };
 
 /// Lets Ctrl-C and a polite kill end the program at its next step, so that it can tidy up.
 void endPolitelyOnSignals();
+
+/// Whether such a signal came.
+bool endWasAsked();
+
+/// Hands the signals on to another process as well; 0 for none.
+void passSignalsTo(pid_t process);
 
 }  // namespace inspect

@@ -7,12 +7,13 @@
 #include <string>
 #include <vector>
 
-#include <Standard_Failure.hxx>
-#include <zelmo/zelmo.h>
+#include <zelmo/version.h>
 
 #include "cad_files.h"
 #include "console.h"
 #include "failure.h"
+#include "guarded.h"
+#include "listing.h"
 #include "made_part.h"
 #include "measure.h"
 #include "nominal.h"
@@ -31,13 +32,14 @@ void print(const std::string& text) {
 }
 
 int list(const Options& options) {
-  ModelContent content;
-  {
+  const Outcome outcome = doGuarded([&options](Progress& progress, std::string& text) {
     const OutputAside aside(options.verbose ? "" : "/dev/null");
-    content = contentOf(readModel(options.model));
-  }
-  print(listOf(content));
-  return kDone;
+    progress.step("reading the model");
+    text = listOf(readModel(options.model));
+    return kDone;
+  });
+  print(outcome.text);
+  return outcome.code;
 }
 
 std::vector<Measurement> measureAll(const ModelContent& content, const Scan& scan,
@@ -46,45 +48,53 @@ std::vector<Measurement> measureAll(const ModelContent& content, const Scan& sca
   Inspector inspector(scan, options);
   std::vector<Measurement> measurements;
   for (const Nominal& nominal : content.features) {
-    progress.step("measuring " + nominal.name + " of " + std::to_string(content.features.size()));
+    progress.step("measuring " + nominal.name + " of " + std::to_string(content.features.size()) +
+                  " features");
     measurements.push_back(inspector.measure(nominal));
   }
   return measurements;
 }
 
-int measure(Options options) {
+/// From the files, or what stands for them, to the results in the folder.
+int measureInto(const OutputFolder& folder, Options options, Progress& progress,
+                std::string& text) {
+  const OutputAside aside(options.verbose ? "" : folder.pathFor("library.log"));
   const bool made = options.task == Options::Task::MeasureMadePart;
-  const bool simulated = made || options.task == Options::Task::MeasureSimulatedScan;
-  OutputFolder folder(options.output);
-  std::string text;
-  bool any = false;
-  {
-    const OutputAside aside(options.verbose ? "" : folder.pathFor("library.log"));
-    Progress progress;
-    if (made) {
-      progress.step("making the part");
-      options.model = folder.pathFor("part.step");
-      writeStep(makePart(), options.model);
-    }
-    progress.step("reading the model");
-    const TopoDS_Shape model = readModel(options.model);
-    const ModelContent content = contentOf(model);
-    if (simulated) {
-      progress.step("simulating the scan");
-      folder.write("scan.xyz", simulateScan(model, {options.points, options.noise}));
-      options.scan = folder.pathFor("scan.xyz");
-    }
-    progress.step("reading the scan");
-    const Scan scan = readScan(options.scan);
-    const std::vector<Measurement> measurements = measureAll(content, scan, options, progress);
-    progress.step("writing the results");
-    writeReports(measurements, scan, folder);
-    for (const Measurement& one : measurements) any = any || one.done();
-    text = tableOf(measurements);
+  if (made) {
+    progress.step("making the part");
+    options.model = folder.pathFor("part.step");
+    writeStep(makePart(), options.model);
   }
+  progress.step("reading the model");
+  const TopoDS_Shape model = readModel(options.model);
+  const ModelContent content = contentOf(model);
+  if (made || options.task == Options::Task::MeasureSimulatedScan) {
+    progress.step("simulating the scan");
+    folder.write("scan.xyz", simulateScan(model, {options.points, options.noise}));
+    options.scan = folder.pathFor("scan.xyz");
+  }
+  progress.step("reading the scan");
+  const Scan scan = readScan(options.scan);
+  const std::vector<Measurement> measurements = measureAll(content, scan, options, progress);
+  progress.step("writing the results");
+  writeReports(measurements, scan, folder);
+  text = tableOf(measurements, content, scan);
+  for (const Measurement& one : measurements) {
+    if (one.done()) return kDone;
+  }
+  return kNothingMeasured;
+}
+
+int measure(const Options& options) {
+  endPolitelyOnSignals();
+  OutputFolder folder(options.output);
+  const Outcome outcome = doGuarded([&](Progress& progress, std::string& text) {
+    return measureInto(folder, options, progress, text);
+  });
+  if (!outcome.whole) return outcome.code;
   folder.commit();
-  print(text + "Results in " + options.output + "\n");
-  if (any) return kDone;
+  print(outcome.text + "Results in " + options.output + "\n");
+  if (outcome.code != kNothingMeasured) return outcome.code;
   throw Failure(kNothingMeasured,
                 "no feature could be measured: do the model and the scan lie in one frame, in mm?");
 }
@@ -101,7 +111,6 @@ int run(int argc, const char* const* argv) {
     case Options::Task::List:
       return list(options);
     default:
-      endPolitelyOnSignals();
       return measure(options);
   }
 }
@@ -115,8 +124,6 @@ int main(int argc, char** argv) {
   } catch (const inspect::Failure& failure) {
     std::fprintf(stderr, "inspect: %s\n", failure.what());
     return failure.code();
-  } catch (const Standard_Failure& failure) {
-    std::fprintf(stderr, "inspect: the CAD kernel failed: %s\n", failure.GetMessageString());
   } catch (const std::exception& failure) {
     std::fprintf(stderr, "inspect: %s\n", failure.what());
   }

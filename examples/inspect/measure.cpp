@@ -104,14 +104,20 @@ Measurement Inspector::measureAs(const Nominal& nominal, const Record& record) {
   const double cosine = std::cos(m_options.angle * CV_PI / 180.0);
   const double side = nominal.hollow ? -1.0 : 1.0;
   for (const int index : cloud.indexResult) {
-    const cv::Vec3d outward = side * directionAt(record, vec(m_scan.point(index)));
-    const bool along = vec(m_scan.normal(index)).dot(outward) >= cosine;
-    result.points.push_back({index, 0.0, along ? PointState::Used : PointState::Tilted});
+    const cv::Vec3d point = vec(m_scan.point(index));
+    const cv::Vec3d outward = side * directionAt(record, point);
+    PointState state = PointState::Used;
+    if (cv::norm(outward) == 0.0 || !nominal.sector.holds(radialAt(record, point))) {
+      state = PointState::Beside;
+    } else if (vec(m_scan.normal(index)).dot(outward) < cosine) {
+      state = PointState::Tilted;
+    }
+    result.points.push_back({index, 0.0, state});
   }
   Record measured;
   if (!refine(result, measured)) return result;
-  result.measured = measured;
   result.difference = compare(record, measured);
+  result.measured = measured;
   result.form = form(measured, gatherUsed(m_scan, result.points), m_options.sigma);
   result.used = keepBand(result.points, m_options.sigma);
   return result;

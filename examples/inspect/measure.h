@@ -6,8 +6,6 @@
 #include <string>
 #include <vector>
 
-#include <zelmo/zelmo.h>
-
 #include "nominal.h"
 #include "options.h"
 #include "scan.h"
@@ -18,6 +16,7 @@ namespace inspect {
 enum class PointState {
   Used,         ///< the form is evaluated on it
   OutsideBand,  ///< dropped by the sigma band
+  Beside,       ///< beyond the end of a round feature, or outside the sector that its faces cover
   Tilted,       ///< its normal leans too far from the nominal one: a neighbouring face's point
 };
 

@@ -2,10 +2,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "nominal.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include <TopExp_Explorer.hxx>
 #include <TopoDS_Face.hxx>
+#include <zelmo/model/model_3d_feature.h>
+#include <zelmo/model/model_feature.h>
 
 #include "outward.h"
 
@@ -18,12 +21,13 @@ bool isFinite(const cv::Vec3d& v) { return std::isfinite(v.dot(v)); }
 
 cv::Vec3d toVec(const gp_XYZ& v) { return {v.X(), v.Y(), v.Z()}; }
 
-void add(ModelContent& content, int number, const Ideal& ideal, std::size_t faces, bool hollow) {
+void add(ModelContent& content, int number, const Ideal& ideal, std::size_t faces, bool hollow,
+         const Sector& sector) {
   const Telling telling = tell(ideal);
   const bool whole =
       isFinite(telling.point) && isFinite(telling.direction) && std::isfinite(telling.size);
   content.features.push_back({telling.kind + (" " + std::to_string(number)), ideal,
-                              static_cast<int>(faces), hollow, whole ? "" : "degenerate"});
+                              static_cast<int>(faces), hollow, sector, whole ? "" : "degenerate"});
 }
 
 /// Whether the face's material lies behind the plane's normal, so that the normal points out of it.
@@ -64,7 +68,39 @@ void addPlane(const xmodelfeature::XFPlane& record, bool along, double sign,
   if (faces.empty()) return;
   xgeofeature::XFPlane plane = around(faces);
   if ((vec(plane.normal).dot(vec(record.normal)) > 0.0) != along) plane.inv();
-  add(content, ++content.planes, plane, faces.size(), false);
+  add(content, ++content.planes, plane, faces.size(), false, {});
+}
+
+/// Whether the material lies around a round feature: the outer side looks towards its axis or centre.
+template <typename Record>
+bool isHollow(const Record& record, const TopoDS_Face& face, double sign) {
+  const OutwardNormal outward = outwardOf(face);
+  const cv::Vec3d away = directionAt(record, toVec(outward.point.XYZ()));
+  return sign * away.dot(toVec(outward.normal.XYZ())) < 0.0;
+}
+
+/// The sector that the faces of a round feature cover, from a grid of points on them.
+template <typename Record>
+Sector sectorOf(const Record& record, const std::vector<TopoDS_Face>& faces) {
+  constexpr double kNearlyFull = 0.95 * CV_PI;
+  std::vector<cv::Vec3d> directions;
+  for (const TopoDS_Face& face : faces) {
+    for (const gp_Pnt& point : gridOn(face)) {
+      directions.push_back(radialAt(record, toVec(point.XYZ())));
+    }
+  }
+  Sector sector;
+  cv::Vec3d sum;
+  for (const cv::Vec3d& direction : directions) sum += direction;
+  if (cv::norm(sum) < 1e-6 * static_cast<double>(directions.size())) return sector;
+  sector.middle = unit(sum);
+  double smallest = 1.0;
+  for (const cv::Vec3d& direction : directions) {
+    smallest = std::min(smallest, direction.dot(sector.middle));
+  }
+  const double reach = std::acos(std::max(-1.0, smallest));
+  if (reach < kNearlyFull) sector.reach = reach;
+  return sector;
 }
 
 }  // namespace
@@ -80,12 +116,26 @@ ModelContent contentOf(const TopoDS_Shape& model) {
     addPlane(plane, false, sign, content);
     recognised += plane.faces.size();
   }
-  for (const auto& sphere : list.spheres) recognised += sphere.faces.size();
-  for (const auto& cylinder : list.cylinders) recognised += cylinder.faces.size();
-  for (const auto& cone : list.cones) recognised += cone.faces.size();
-  content.spheres = static_cast<int>(list.spheres.size());
-  content.cylinders = static_cast<int>(list.cylinders.size());
-  content.cones = static_cast<int>(list.cones.size());
+  const auto add_round = [&](int& count, const auto& found, const auto& record) {
+    recognised += found.faces.size();
+    add(content, ++count, record, found.faces.size(), isHollow(record, found.faces.front(), sign),
+        sectorOf(record, found.faces));
+  };
+  for (const auto& found : list.spheres) {
+    xgeofeature::XFSphere sphere;
+    found.getSphere(sphere);
+    add_round(content.spheres, found, sphere);
+  }
+  for (const auto& found : list.cylinders) {
+    xgeofeature::XFCylinder cylinder;
+    found.getCylinder(cylinder);
+    add_round(content.cylinders, found, cylinder);
+  }
+  for (const auto& found : list.cones) {
+    xgeofeature::XFCone cone;
+    found.getCone(cone);
+    add_round(content.cones, found, cone);
+  }
   for (TopExp_Explorer walk(model, TopAbs_FACE); walk.More(); walk.Next()) ++content.faces;
   content.unrecognised_faces = content.faces - static_cast<int>(recognised);
   return content;

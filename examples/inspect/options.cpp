@@ -169,16 +169,17 @@ const char* helpText() {
   inspect                          measure a part that the program makes itself
   inspect MODEL SCAN [-o OUT]      measure your part
   inspect MODEL --simulate         measure a scan that is simulated from your model
-  inspect --list MODEL             say what the model contains, measure nothing
+  inspect --list MODEL             list what the model contains, measure nothing
 
 MODEL  a STEP or IGES file; its content decides which, its extension helps.
 SCAN   a text file, one point per line: x y z nx ny nz. The normal points out of the material.
        Blanks, tabs, commas or semicolons between the numbers, a point as decimal mark,
        comments from '#' to the end of the line. Model and scan lie in one frame, in mm.
 
-Each planar face of the model is one feature; faces in one plane with the same outer side are
-taken together. A feature's points are picked out of the scan and a plane is fitted to them;
-points outside the sigma band are dropped and the plane is fitted again, until none is outside.
+Every plane, sphere, cylinder and cone of the model is a feature; faces of one geometry with the
+same outer side are taken together. A feature's points are picked out of the scan and the feature
+is fitted to them; points outside the sigma band are dropped and it is fitted again, until none is
+outside.
 
   -o, --output OUT   folder for the results (default: out)
   --band MM          pick points up to MM off the nominal surface (default: 0.5)
@@ -191,19 +192,24 @@ points outside the sigma band are dropped and the plane is fitted again, until n
   -h, --help         print this text
 
 Columns of the table
-  nominal, measured  outward unit normal, and signed distance of the plane from the origin; the
-                     measured one is taken at the centre of the nominal face
-  distance           of the nominal centre from the measured plane, positive along the normal
-  angle              between the two normals, in degrees
+  nominal, measured  plane: outward unit normal, signed distance from the origin (the measured one
+                     at the centre of the nominal face); sphere: centre, radius; cylinder: axis,
+                     radius; cone: axis from its wide end to its apex, half angle in degrees
+  distance           mm; plane: how far the measured one stands out at the centre of the nominal
+                     face; sphere: between the centres; cylinder and cone: of the measured axis
+                     from the middle of the nominal one
+  angle              between the normals or axes, in degrees
   picked             points that the search found for the feature
-  used               points that are left within the sigma band of the fitted plane
-  flatness           largest minus smallest deviation of the points used
+  used               points that are left in the sigma band of the fitted feature
+  flatness, sphericity, cylindricity, conicity
+                     mm; largest minus smallest deviation of the points used
 
 Results in OUT
   features.csv       every nominal feature and its measured twin, 47 columns
   results.csv        the numbers of the table with all their digits
   deviations.csv     every picked point: its line or number in the scan, its deviation from the
-                     fitted plane, and whether it was used; flatness can be recomputed from it
+                     fitted feature, and whether it was used; the last column of the table can
+                     be recomputed from it
   library.log        what the library and the CAD kernel printed
   part.step          the model, where the program made it
   scan.xyz           the scan, where the program simulated it
@@ -211,7 +217,7 @@ The files appear together at the end, or none does.
 
 Exit status
   0 measured   1 no feature could be measured   2 bad command line   3 bad model
-  4 bad scan   5 output can't be written        6 unexpected failure
+  4 bad scan   5 output can't be written        6 unexpected failure     130 interrupted
 )";
 }
 

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <vector>
+
 #include <TopoDS_Face.hxx>
 #include <TopoDS_Shape.hxx>
 #include <gp_Pnt.hxx>
@@ -23,6 +25,9 @@ struct OutwardNormal {
   gp_Vec normal;  ///< of any length; zero where the surface has none there
 };
 OutwardNormal outwardOf(const TopoDS_Face& face);
+
+/// Points spread over a face's bounds, its ends among them.
+std::vector<gp_Pnt> gridOn(const TopoDS_Face& face);
 
 /// -1 for a model that stands inside out, so that its faces bound a negative volume; +1 otherwise.
 double signOfSolid(const TopoDS_Shape& model);

@@ -6,6 +6,8 @@
 #include <fstream>
 #include <sstream>
 
+#include <zelmo/export/export_files.h>
+
 #include "failure.h"
 #include "numbers.h"
 
@@ -17,7 +19,7 @@ constexpr std::size_t kNameWidth = 13, kFeatureWidth = 35;
 /// One line of the table, from its cells.
 std::string line(const std::string& name, const std::string& nominal, const std::string& measured,
                  const std::vector<std::string>& numbers) {
-  constexpr std::size_t kWidths[] = {10, 9, 8, 8, 10};
+  constexpr std::size_t kWidths[] = {10, 9, 8, 8, 14};
   std::string text = padRight(name, kNameWidth) + padLeft(nominal, kFeatureWidth) +
                      padLeft(measured, kFeatureWidth);
   for (std::size_t i = 0; i < numbers.size(); ++i) text += padLeft(numbers[i], kWidths[i]);
@@ -32,7 +34,7 @@ std::string headOf(const std::string& kind) {
   };
   if (kind == "plane") return line_for("planes", "normal, offset", "flatness");
   if (kind == "sphere") return line_for("spheres", "centre, radius", "sphericity");
-  if (kind == "cylinder") return line_for("cylinders", "axis, radius", "cylindric.");
+  if (kind == "cylinder") return line_for("cylinders", "axis, radius", "cylindricity");
   return line_for("cones", "axis, half angle", "conicity");
 }
 
@@ -91,6 +93,8 @@ const char* stateText(PointState state) {
       return "used";
     case PointState::OutsideBand:
       return "outside band";
+    case PointState::Beside:
+      return "beside";
     case PointState::Tilted:
       return "tilted normal";
   }
@@ -146,7 +150,8 @@ void writeFeatures(const std::vector<Measurement>& measurements, const OutputFol
 
 }  // namespace
 
-std::string tableOf(const std::vector<Measurement>& measurements) {
+std::string tableOf(const std::vector<Measurement>& measurements, const ModelContent& content,
+                    const Scan& scan) {
   std::string text, kind;
   int done = 0;
   for (const Measurement& one : measurements) {
@@ -156,21 +161,15 @@ std::string tableOf(const std::vector<Measurement>& measurements) {
     text += rowOf(one);
     if (one.done()) ++done;
   }
-  return text + "\n" + std::to_string(done) + " of " + std::to_string(measurements.size()) +
-         " features measured.\n";
-}
-
-std::string listOf(const ModelContent& content) {
-  std::string text;
-  const auto line = [&text](const char* what, int count) {
-    text += padRight(what, 20) + padLeft(std::to_string(count), 8) + "\n";
-  };
-  line("faces", content.faces);
-  line("planes", content.planes);
-  line("spheres", content.spheres);
-  line("cylinders", content.cylinders);
-  line("cones", content.cones);
-  line("unrecognised faces", content.unrecognised_faces);
+  text += "\n" + std::to_string(done) + " of " + std::to_string(measurements.size()) +
+          " features measured, in " + std::to_string(scan.count()) + " points.\n";
+  if (scan.without_normal > 0) {
+    text += std::to_string(scan.without_normal) + " points without a normal were not picked.\n";
+  }
+  if (content.unrecognised_faces > 0) {
+    text += std::to_string(content.unrecognised_faces) + " of " + std::to_string(content.faces) +
+            " faces of the model are of no kind that is measured.\n";
+  }
   return text;
 }
 

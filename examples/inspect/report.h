@@ -10,11 +10,9 @@
 
 namespace inspect {
 
-/// The table for the user, with a closing line that counts what was measured.
-std::string tableOf(const std::vector<Measurement>& measurements);
-
-/// What --list prints about a model.
-std::string listOf(const ModelContent& content);
+/// The table for the user, with closing lines that count what was measured and what was left out.
+std::string tableOf(const std::vector<Measurement>& measurements, const ModelContent& content,
+                    const Scan& scan);
 
 /// Writes features.csv, results.csv and deviations.csv. Throws Failure with kBadOutput where one of
 /// them isn't whole.

@@ -8,12 +8,20 @@
 #include <array>
 #include <cmath>
 
+#include <zelmo/lmfit/plane_fit_lm.h>
+#include <zelmo/measure/geo_tolerance.h>
+
 namespace inspect {
 
 using xgeofeature::XFPlane;
 
 double angleBetween(const cv::Vec3d& a, const cv::Vec3d& b) {
   return std::atan2(cv::norm(a.cross(b)), a.dot(b)) * 180.0 / CV_PI;
+}
+
+cv::Vec3d unit(const cv::Vec3d& v) {
+  const double length = cv::norm(v);
+  return length > 0.0 ? v / length : cv::Vec3d();
 }
 
 Band bandOf(const std::vector<double>& values, double sigma) {
@@ -33,6 +41,8 @@ void search(xgeofeature::XGeoFeatureExtract& extract, const XFPlane& nominal) {
 cv::Vec3d directionAt(const XFPlane& nominal, const cv::Vec3d& /*point*/) {
   return vec(nominal.normal);
 }
+
+cv::Vec3d radialAt(const XFPlane& /*nominal*/, const cv::Vec3d& /*point*/) { return {}; }
 
 bool fit(const Gathered& gathered, double sigma, XFPlane& measured) {
   zelmolm::XPlaneFitLM fitter;

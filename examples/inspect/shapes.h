@@ -7,12 +7,17 @@
 #include <vector>
 
 #include <opencv2/core.hpp>
-#include <zelmo/zelmo.h>
+#include <zelmo/extract/feature_extract.h>
+#include <zelmo/feature/cone.h>
+#include <zelmo/feature/cylinder.h>
+#include <zelmo/feature/plane.h>
+#include <zelmo/feature/sphere.h>
 
 namespace inspect {
 
 /// An ideal feature, as the model gives it or as a fit finds it.
-using Ideal = std::variant<xgeofeature::XFPlane>;
+using Ideal = std::variant<xgeofeature::XFPlane, xgeofeature::XFSphere, xgeofeature::XFCylinder,
+                           xgeofeature::XFCone>;
 
 /// Points and normals of one feature, as the fits want them.
 struct Gathered {
@@ -50,7 +55,15 @@ cv::Vec3d directionAt(const xgeofeature::XFSphere& nominal, const cv::Vec3d& poi
 cv::Vec3d directionAt(const xgeofeature::XFCylinder& nominal, const cv::Vec3d& point);
 cv::Vec3d directionAt(const xgeofeature::XFCone& nominal, const cv::Vec3d& point);
 
-/// Fits the feature to the points, dropping those outside \p sigma standard deviations once.
+/// The direction of a point away from a cylinder's or cone's axis, of unit length; zero for the
+/// kinds without an axis.
+cv::Vec3d radialAt(const xgeofeature::XFPlane& nominal, const cv::Vec3d& point);
+cv::Vec3d radialAt(const xgeofeature::XFSphere& nominal, const cv::Vec3d& point);
+cv::Vec3d radialAt(const xgeofeature::XFCylinder& nominal, const cv::Vec3d& point);
+cv::Vec3d radialAt(const xgeofeature::XFCone& nominal, const cv::Vec3d& point);
+
+/// Fits the feature to the points, dropping those outside \p sigma standard deviations once; the cone's
+/// fit drops none.
 /// \return false where the fit fails
 bool fit(const Gathered& gathered, double sigma, xgeofeature::XFPlane& measured);
 bool fit(const Gathered& gathered, double sigma, xgeofeature::XFSphere& measured);
@@ -93,6 +106,9 @@ inline bool isSphere(const Ideal& ideal) { return cv::norm(tell(ideal).direction
 // Shared by the kinds.
 
 inline cv::Vec3d vec(const float* v) { return {v[0], v[1], v[2]}; }
+
+/// The vector brought to unit length; zero stays zero.
+cv::Vec3d unit(const cv::Vec3d& v);
 
 /// Degrees between two directions, from 0 to 180.
 double angleBetween(const cv::Vec3d& a, const cv::Vec3d& b);

@@ -116,6 +116,28 @@ const Plane kDesign[] = {
     {0, 0, 1, 54},  // the bosses
 };
 
+struct Round {
+  const char* kind;
+  double x, y, z;     // a point of the axis, or the centre
+  double dx, dy, dz;  // the axis; zero for the sphere
+  double size;        // radius, or half angle in degrees
+};
+
+/// Its round features. The quarter arcs of the pocket are 1.6 mm wide and 12 mm long.
+const Round kRoundDesign[] = {
+    {"sphere", 79, 66, 44, 0, 0, 0, 9},
+    {"cylinder", 32, 58, 0, 0, 0, 1, 8},
+    {"cylinder", 60, 55, 0, 0, 0, 1, 12},
+    {"cylinder", 105, 60, 0, 0, 0, 1, 7},
+    {"cylinder", 28, 20, 0, 0, 0, 1, 6},
+    {"cylinder", 52, 20, 0, 0, 0, 1, 6},
+    {"cylinder", 65, 0, 9, 0, 1, 0, 3},
+    {"cylinder", 65, 0, 19, 0, 1, 0, 3},
+    {"cylinder", 93, 0, 9, 0, 1, 0, 3},
+    {"cylinder", 93, 0, 19, 0, 1, 0, 3},
+    {"cone", 76, 22, 0, 0, 0, 1, 15.945395900922854},
+};
+
 double number(const std::string& text) { return std::stod(text); }
 
 // Columns of results.csv and deviations.csv.
@@ -206,6 +228,33 @@ void expectEveryFeatureAndItsTwin(const std::vector<Row>& rows, std::size_t feat
   }
 }
 
+/// Distance of a row's point from the axis, or from the centre of a sphere.
+double distanceFrom(const Round& round, const Row& row, int point) {
+  const double p[] = {number(row[point]) - round.x, number(row[point + 1]) - round.y,
+                      number(row[point + 2]) - round.z};
+  const double along = p[0] * round.dx + p[1] * round.dy + p[2] * round.dz;
+  return std::sqrt(p[0] * p[0] + p[1] * p[1] + p[2] * p[2] - along * along);
+}
+
+void expectRoundFeatures(const std::vector<Row>& results) {
+  std::size_t found = 0;
+  for (const Round& round : kRoundDesign) {
+    SCOPED_TRACE(round.kind + (" at " + std::to_string(round.x)));
+    for (const Row& row : results) {
+      if (row[kKind] != round.kind || distanceFrom(round, row, kNominal) > 1e-3) continue;
+      ++found;
+      EXPECT_EQ(row[kStatus], "measured");
+      // A quarter arc says little of its centre and radius: 0.02 mm is what 1000 points give.
+      const double tolerance = round.size == 3 ? 0.02 : 0.005;
+      EXPECT_NEAR(number(row[kMeasured + 6]), round.size, 2 * tolerance);
+      EXPECT_LT(number(row[kDistance]), tolerance);
+      EXPECT_LT(number(row[kAngle]), round.size == 3 ? 0.2 : 0.05);
+      EXPECT_LT(number(row[kForm]), 0.07);
+    }
+  }
+  EXPECT_EQ(found, std::size(kRoundDesign));
+}
+
 TEST_F(Inspect, MadePartIsMeasuredAsItWasDesigned) {
   const Finished run = inspect("-o a --points 200000");
   ASSERT_EQ(run.code, 0) << run.err;
@@ -216,6 +265,7 @@ TEST_F(Inspect, MadePartIsMeasuredAsItWasDesigned) {
   std::vector<Row> results = rowsOf(at("a/results.csv"));
   expectFormFollowsFromDeviations(results, rowsOf(at("a/deviations.csv")));
   expectEveryFeatureAndItsTwin(rowsOf(at("a/features.csv")), results.size() - 1);
+  expectRoundFeatures(results);
   results.erase(results.begin());
   results.erase(std::remove_if(results.begin(), results.end(),
                                [](const Row& row) { return row[kKind] != "plane"; }),
@@ -321,6 +371,9 @@ const BadInput kBadInputs[] = {
     {"EmptyModel", "empty.step made/scan.xyz -o out", 3, "empty.step: the model file is empty"},
     {"TextAsModel", "made/scan.xyz made/scan.xyz -o out", 3, "neither a STEP nor an IGES"},
     {"TruncatedModel", "half.step made/scan.xyz -o out", 3, "truncated"},
+    {"CrashingModel", "wild.step made/scan.xyz -o out", 3, "reading the model"},
+    {"CrashingList", "--list wild.step", 3, "reading the model"},
+    {"ListOfNothing", "--list none.step", 3, "no such model"},
     {"ModelOfNothing", "hollow.step made/scan.xyz -o out", 3, "hollow.step"},
     {"MissingScan", "made/part.step none.xyz -o out", 4, "none.xyz: no such scan"},
     {"EmptyScan", "made/part.step empty.step -o out", 4, "no points"},
@@ -345,6 +398,13 @@ TEST_F(WithFiles, BadInputIsNamedAndLeavesNothing) {
   const std::string model = contentOf(at("made/part.step"));
   write("half.step", model.substr(0, model.size() / 2));
   write("hollow.step", "ISO-10303-21;\nHEADER;\nENDSEC;\nDATA;\nENDSEC;\nEND-ISO-10303-21;\n");
+  // A file of right syntax whose faces have no outlines: the CAD kernel follows a null handle.
+  std::string wild;
+  std::istringstream lines(model);
+  for (std::string line; std::getline(lines, line);) {
+    if (line.find("EDGE_LOOP") == std::string::npos) wild += line + "\n";
+  }
+  write("wild.step", wild);
   write("comments.xyz", "# 1 2 3 0 0 1\n\n");
   write("five.xyz", "1 2 3 0 0 1\n\n1 2 3 0 0\n");
   write("seven.xyz", "1 2 3 0 0 1\n1,2,3,0,0,1,7\n");
@@ -367,6 +427,18 @@ TEST_F(WithFiles, BadInputIsNamedAndLeavesNothing) {
     }
   }
   EXPECT_THAT(namesIn(at("taken")), testing::ElementsAre("results.csv"));
+}
+
+TEST_F(WithFiles, AModelIsListed) {
+  const Finished run = inspect("--list made/part.step");
+  EXPECT_EQ(run.code, 0) << run.err;
+  EXPECT_EQ(run.err, "");
+  for (const char* line :
+       {"43 faces: 29 planes, 1 sphere, 9 cylinders, 1 cone; 0 faces of no such kind\n",
+        "inner outlines: 1 slot, 1 rectangle, ",
+        "slot 1              40.000    20.000    40.000"}) {
+    EXPECT_THAT(run.out, HasSubstr(line));
+  }
 }
 
 TEST_F(WithFiles, AFullDiskLeavesNothingHalfWritten) {
