@@ -20,6 +20,9 @@ if(ZELMO_SANITIZE)
   if("thread" IN_LIST ZELMO_SANITIZE AND "address" IN_LIST ZELMO_SANITIZE)
     message(FATAL_ERROR "ZELMO_SANITIZE: address and thread exclude each other")
   endif()
+  # Instrumented code confuses this warning (Boost's optional, for one).
+  target_compile_options(zelmo_options INTERFACE
+    $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-maybe-uninitialized>)
   list(JOIN ZELMO_SANITIZE "," _zelmo_sanitizers)
   target_compile_options(zelmo_options INTERFACE "-fsanitize=${_zelmo_sanitizers}"
     -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -27,11 +27,14 @@ function(zelmo_test subsystem)
   add_executable(${target} ${ARGN})
   target_link_libraries(${target} PRIVATE zelmo_static zelmo_test_support zelmo_options
     GTest::gmock_main)
+  if(ZELMO_HAS_GOLD)
+    target_link_options(${target} PRIVATE -fuse-ld=gold)
+  endif()
   if(ZELMO_PRECOMPILED_HEADERS)
     target_precompile_headers(${target} REUSE_FROM zelmo_test_headers)
   endif()
   gtest_discover_tests(${target} TEST_PREFIX ${subsystem}/ NO_PRETTY_VALUES
-    DISCOVERY_TIMEOUT 120 PROPERTIES LABELS ${subsystem} TIMEOUT 300)
+    DISCOVERY_TIMEOUT 120 PROPERTIES LABELS ${subsystem} TIMEOUT 900)
 endfunction()
 
 # One benchmark executable per folder of the library, on the shipped library.

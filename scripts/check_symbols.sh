@@ -6,7 +6,7 @@
 set -eu
 cd "$(dirname "$0")/.."
 library=${1:-build/release}/src/zelmo/libzelmo.so
-namespaces='xgeofeature|x3dfit|xcurve3dfit|zelmolm|xfeaturefitfilter|xgeofit|xgeomeasure|xmodelfeature|xexportfiles|xrigidtransform|xrpsalign|xsection|vorn::quil::xtirm|xgeometry'
+namespaces='xgeofeature|x3dfit|xcurve3dfit|zelmolm|xfeaturefitfilter|xgeofit|xgeomeasure|xmodelfeature|xexportfiles|xrigidtransform|xrpsalign|xsection|vorn::quil::xtirm|xgeometry|xpolylinefit'
 exported=$(nm -DC --defined-only "$library" | cut -d' ' -f3-)
 foreign=$(echo "$exported" | grep -vE "^(vtable for |typeinfo for |typeinfo name for )?($namespaces)::" |
   grep -vE '^zelmo::version\(\)$' || true)

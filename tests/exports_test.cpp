@@ -25,7 +25,8 @@ TEST(SharedLibrary, ExportsMeasurement) {
   float out[3] = {};
   EXPECT_EQ(xgeomeasure::XGeoDimension::calcDistance_Point2Line(axes + 3, axes), 0.0);
   EXPECT_EQ(xgeomeasure::XGeoConstructor::Projection_Point_Line(axes, axes, out), 0);
-  EXPECT_EQ(xgeomeasure::XGeoTolrance::calcSphericity(nullptr, 0, nullptr, false, 0), -1.0);
+  double sphere[4] = {0, 0, 0, 1};
+  EXPECT_EQ(xgeomeasure::XGeoTolrance::calcSphericity(nullptr, 0, sphere, false, 0), -1.0);
   xgeofeature::XFPoint average;
   xgeofeature::XDistanceAttributes distance;
   EXPECT_EQ(xgeofeature::XGeoFConstructor::getPointAverage({}, average), -1);
