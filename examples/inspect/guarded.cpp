@@ -2,16 +2,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "guarded.h"
 
-#include <sys/mman.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <exception>
 
 #include <Standard_Failure.hxx>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "failure.h"
 
@@ -113,7 +112,8 @@ Outcome doGuarded(const std::function<int(Progress&, std::string&)>& job) {
   const std::string cause =
       WIFSIGNALED(status) ? "crashed (signal " + std::to_string(WTERMSIG(status)) + ")" : "ended";
   const bool reading = step.find("reading the model") != std::string::npos;
-  throw Failure(reading ? kBadModel : kUnexpected, cause + " while " + step + "; nothing was written");
+  throw Failure(reading ? kBadModel : kUnexpected,
+                cause + " while " + step + "; nothing was written");
 }
 
 }  // namespace inspect
