@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
@@ -27,10 +28,19 @@ struct Mesh {
     return &vertices[static_cast<std::size_t>(3 * faces[static_cast<std::size_t>(3 * face + k)])];
   }
 
-  /// One unit normal per face, zero for a face without area.
+  bool namesVertices(int face) const {
+    const auto first = faces.begin() + 3 * face;
+    return std::all_of(first, first + 3, [this](int v) { return v >= 0 && v < vertexCount(); });
+  }
+
+  /// One unit normal per face, zero for a face without area or with a vertex that is not there.
   std::vector<float> normals() const {
     std::vector<float> out;
     for (int i = 0; i < faceCount(); ++i) {
+      if (!namesVertices(i)) {
+        out.insert(out.end(), 3, 0.0F);
+        continue;
+      }
       double u[3], v[3];
       for (int k = 0; k < 3; ++k) {
         u[k] = static_cast<double>(corner(i, 1)[k]) - corner(i, 0)[k];
