@@ -13,6 +13,7 @@
 namespace zelmo::internal {
 
 /// Where the compensated point of a touch point lies.
+// CONTRACT: the cylinder's point lands on the surface, the other features' points keep their deviation.
 enum class CompensatedPoint {
   MovedByRadius,  ///< the point, moved by the signed radius along its radial direction: circle,
                   ///< sphere, slot
