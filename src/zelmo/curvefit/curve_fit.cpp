@@ -2,9 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "zelmo/curvefit/curve_fit.h"
 
-#include <algorithm>
-
-#include "zelmo/feature/frame_toolkit.h"
+#include "zelmo/feature/internal/frame_members.h"
 
 namespace xcurve3dfit {
 
@@ -12,28 +10,22 @@ using namespace zelmo::internal;  // NOLINT(google-build-using-namespace): the k
 
 int XCurve3DFit::Intersection3Planes(const cv::Vec3d* normals, const cv::Point3d* points,
                                      cv::Mat& out) {
-  const auto point = intersectionOfPlanes(normals, points);
-  if (point) out = *point;
-  return point ? 1 : 0;
+  return storeIntersection(normals, points, out);
 }
 
 void XCurve3DFit::getMatRByVector(const cv::Vec3d& from, const cv::Vec3d& to, cv::Mat& R) {
-  R = cv::Mat(rotationBetween(from, to));
+  storeRotation(from, to, R);
 }
 
 void XCurve3DFit::alignBy3Plane(const cv::Vec3d* targetNormals, const cv::Point3d* targetPoints,
                                 const cv::Vec3d* sourceNormals, const cv::Point3d* sourcePoints,
                                 double* const rt) {
-  const auto rigid =
-      alignByPlanes(PlaneTriple::of(targetNormals, targetPoints),
-                    PlaneTriple::of(sourceNormals, sourcePoints), OppositeCross::AnyHalfTurn);
-  if (rigid) std::copy(rigid->begin(), rigid->end(), rt);
+  storeAlignment(PlaneTriple::of(targetNormals, targetPoints),
+                 PlaneTriple::of(sourceNormals, sourcePoints), OppositeCross::AnyHalfTurn, rt);
 }
 
 int XCurve3DFit::convertMatrixRT(const double* const in, double* const out) {
-  const Rigid inverse = rigidInverse(in);
-  std::copy(inverse.begin(), inverse.end(), out);
-  return 1;
+  return storeInverse(in, out);
 }
 
 void XCurve3DFit::projection2Plane(const std::vector<cv::Point3f>& points, double* const plane,

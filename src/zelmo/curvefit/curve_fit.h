@@ -13,43 +13,21 @@ namespace xcurve3dfit {
 /// what those of x3dfit::X3DFit do. A transform is double[16], a row-major 4 by 4 on column vectors.
 class ZELMO_EXPORT XCurve3DFit {
  protected:
-  /// The point where three planes meet.
-  ///
-  /// \param[in] normals cv::Vec3d[3]
-  /// \param[in] points cv::Point3d[3], one on each plane
-  /// \param[out] out 3 by 1 matrix of doubles
-  /// \return 1 if \p out was written; 0 if the determinant of the normals lies strictly between
-  ///     -1e-6 and 1e-6 or is NaN, and \p out stays as it is
+  /// \copydoc x3dfit::X3DFit::Intersection3Planes
   int Intersection3Planes(const cv::Vec3d* normals, const cv::Point3d* points, cv::Mat& out);
 
-  /// The rotation that carries the direction \p from onto \p to.
-  ///
-  /// \param[out] R 3 by 3 matrix of doubles; the identity for a zero or non-finite vector
+  /// \copydoc x3dfit::X3DFit::getMatRByVector
   void getMatRByVector(const cv::Vec3d& from, const cv::Vec3d& to, cv::Mat& R);
 
-  /// The rigid transform that carries three source planes onto three target planes. When the second
-  /// rotation is a half-turn, its axis is the one getMatRByVector picks.
-  ///
-  /// \param[in] targetNormals cv::Vec3d[3]
-  /// \param[in] targetPoints cv::Point3d[3]
-  /// \param[in] sourceNormals cv::Vec3d[3]
-  /// \param[in] sourcePoints cv::Point3d[3]
-  /// \param[out] rt double[16]; stays as it is when either triple of planes has no single point
+  /// \copydoc x3dfit::X3DFit::alignBy3Plane
   void alignBy3Plane(const cv::Vec3d* targetNormals, const cv::Point3d* targetPoints,
                      const cv::Vec3d* sourceNormals, const cv::Point3d* sourcePoints,
                      double* const rt);
 
-  /// Inverse of a rigid transform.
-  ///
-  /// \param[in] in double[16]; nothing tests that it is rigid
-  /// \param[out] out double[16]; may be \p in
-  /// \return 1
+  /// \copydoc x3dfit::X3DFit::convertMatrixRT
   int convertMatrixRT(const double* const in, double* const out);
 
-  /// The feet of points on a plane, computed in double and stored in float.
-  ///
-  /// \param[in] plane double[4]: a, b, c, d; nothing tests that |(a, b, c)| = 1
-  /// \param[out] out one foot per point; may be \p points
+  /// \copydoc x3dfit::X3DFit::projection2Plane
   void projection2Plane(const std::vector<cv::Point3f>& points, double* const plane,
                         std::vector<cv::Point3f>& out);
 };

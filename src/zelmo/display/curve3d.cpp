@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "zelmo/display/curve3d.h"
 
-#include "zelmo/display/internal/frame_members.h"
+#include "zelmo/display/internal/direction.h"
+#include "zelmo/feature/internal/frame_members.h"
 #include "zelmo/internal/console.h"
 
 namespace xgeometry {
@@ -15,16 +16,16 @@ int XCurve3D::Intersection3Planes(const cv::Vec3d* normals, const cv::Point3d* p
 }
 
 void XCurve3D::getMatRByVector(const cv::Vec3d& from, const cv::Vec3d& to, cv::Mat& R) {
-  R = cv::Mat(rotationBetween(from, to));
+  storeRotation(from, to, R);
 }
 
 void XCurve3D::alignBy3Plane(const cv::Vec3d* targetNormals, const cv::Point3d* targetPoints,
                              const cv::Vec3d* sourceNormals, const cv::Point3d* sourcePoints,
                              double* const rt) {
   AlignTrace trace;
-  const auto rigid = alignByPlanes(planeTriple(targetNormals, targetPoints),
-                                   planeTriple(sourceNormals, sourcePoints),
-                                   OppositeCross::AboutFirstNormal, &trace);
+  storeAlignment(PlaneTriple::of(targetNormals, targetPoints),
+                 PlaneTriple::of(sourceNormals, sourcePoints), OppositeCross::AboutFirstNormal, rt,
+                 &trace);
   ConsoleText() << "vec_model:\n"
                 << targetNormals[0] << "\n"
                 << targetNormals[1] << "\n"
@@ -36,12 +37,10 @@ void XCurve3D::alignBy3Plane(const cv::Vec3d* targetNormals, const cv::Point3d* 
                 << "R1" << trace.r1 << "\n"
                 << "R2" << trace.r2 << "\n"
                 << "R" << trace.r << "\n";
-  storeRigid(rigid, rt);
 }
 
 int XCurve3D::convertMatrixRT(const double* const in, double* const out) {
-  storeRigid(rigidInverse(in), out);
-  return 1;
+  return storeInverse(in, out);
 }
 
 void XCurve3D::projection2Plane(const std::vector<cv::Point3f>& points, double* const plane,

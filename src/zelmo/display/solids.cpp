@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <optional>
 
-#include "zelmo/display/internal/frame_members.h"
+#include "zelmo/display/internal/direction.h"
 #include "zelmo/display/internal/point_writer.h"
 
 namespace xgeometry {

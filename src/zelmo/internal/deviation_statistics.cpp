@@ -126,9 +126,9 @@ ZELMO_MULTIVERSION DeviationPass storeDeviations(const PointView& points,
   return laneStore<3>(points.data(), points.count(), from, out);
 }
 
-ZELMO_MULTIVERSION DeviationPass storeDeviations(const FlatPointView& points,
+ZELMO_MULTIVERSION DeviationPass storeDeviations(const PlanarView& points,
                                                  const CircleDeviation& from, double* out) {
-  return laneStore<2>(points.data, points.count, from, out);
+  return laneStore<2>(points.data(), points.count(), from, out);
 }
 
 ZELMO_MULTIVERSION DeviationPass storeDeviations(const PointView& points,
@@ -170,9 +170,9 @@ ZELMO_MULTIVERSION Extremes extremeDeviations(const PointView& points,
   return laneExtremes<3>(points.data(), points.count(), from);
 }
 
-ZELMO_MULTIVERSION Extremes extremeDeviations(const FlatPointView& points,
+ZELMO_MULTIVERSION Extremes extremeDeviations(const PlanarView& points,
                                               const CircleDeviation& from) {
-  return laneExtremes<2>(points.data, points.count, from);
+  return laneExtremes<2>(points.data(), points.count(), from);
 }
 
 ZELMO_MULTIVERSION double squaresAbout(double mean, const double* deviations, int count) {

@@ -143,12 +143,6 @@ struct SpaceCircleDeviation {
   }
 };
 
-/// Interleaved x, y floats that somebody else owns.
-struct FlatPointView {
-  const float* data = nullptr;
-  int count = 0;
-};
-
 struct Extremes {
   double largest = -1e10;
   double smallest = 1e10;
@@ -169,8 +163,7 @@ DeviationPass storeDeviations(const PointView& points,
 DeviationPass storeDeviations(const PointView& points, const SphereDeviation& from, double* out);
 DeviationPass storeDeviations(const PointView& points, const SpaceCircleDeviation& from,
                               double* out);
-DeviationPass storeDeviations(const FlatPointView& points, const CircleDeviation& from,
-                              double* out);
+DeviationPass storeDeviations(const PlanarView& points, const CircleDeviation& from, double* out);
 DeviationPass storeDeviations(const PointView& points, const PlaneDeviation& from, float* out);
 DeviationPass storeDeviations(const PointView& points, const SphereDeviation& from, float* out);
 DeviationPass storeDeviations(const PointView& points,
@@ -183,7 +176,7 @@ Extremes extremeDeviations(const PointView& points,
                            const CylinderDeviation<NearPoint::OnTheAxis>& from);
 Extremes extremeDeviations(const PointView& points, const SphereDeviation& from);
 Extremes extremeDeviations(const PointView& points, const SpaceCircleDeviation& from);
-Extremes extremeDeviations(const FlatPointView& points, const CircleDeviation& from);
+Extremes extremeDeviations(const PlanarView& points, const CircleDeviation& from);
 
 /// Sum of the squares of (deviation - mean).
 double squaresAbout(double mean, const double* deviations, int count);
@@ -201,16 +194,13 @@ struct DeviationStatistics {
   double variance = 0.0;
 };
 
-inline int countOf(const PointView& points) { return points.count(); }
-inline int countOf(const FlatPointView& points) { return points.count; }
-
 /// Deviations and their statistics.
 /// \param[out] out one deviation per point, double or float
 /// \pre at least one point, and two with VarianceDivisor::CountLessOne
 template <typename Points, typename Deviation, typename Stored>
 DeviationStatistics deviationStatistics(const Points& points, const Deviation& from, Stored* out,
                                         VarianceDivisor divisor = VarianceDivisor::Count) {
-  const int count = countOf(points);
+  const int count = points.count();
   const DeviationPass pass = storeDeviations(points, from, out);
   DeviationStatistics statistics{pass.extremes, pass.sum / count, 0.0};
   statistics.variance = squaresAbout(statistics.mean, out, count) /

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "zelmo/feature/frame_toolkit.h"
+#include "zelmo/feature/internal/frame_members.h"
 #include "zelmo/feature/internal/local_frame.h"
 #include "zelmo/measure/internal/tolerance_band.h"
 
@@ -15,12 +15,12 @@ using zelmo::internal::AxisOffset;
 using zelmo::internal::bandWidth;
 using zelmo::internal::CircleDeviation;
 using zelmo::internal::countingExtremes;
-using zelmo::internal::FlatPointView;
 using zelmo::internal::kFewestPoints;
 using zelmo::internal::kNoTolerance;
 using zelmo::internal::LineDeviation;
 using zelmo::internal::NearPoint;
 using zelmo::internal::OppositeCross;
+using zelmo::internal::PlanarView;
 using zelmo::internal::PlaneDeviation;
 using zelmo::internal::PointView;
 using zelmo::internal::sigmaFactorIf;
@@ -37,14 +37,10 @@ std::array<double, 6> joined(const double* position, const double* direction) {
 
 LineDeviation fromLine(const double* line) { return {AxisOffset::of(line)}; }
 
-FlatPointView flat(const std::vector<cv::Point2f>& points) {
-  return {points.empty() ? nullptr : &points.front().x, static_cast<int>(points.size())};
-}
-
 template <typename Points, typename Deviation>
 void writeStatistics(const Points& points, const Deviation& from, double* statistics,
                      std::vector<double>& deviations) {
-  const int count = countOf(points);
+  const int count = points.count();
   if (count < kFewestPoints) return;
   deviations.resize(static_cast<std::size_t>(count));
   const auto found = zelmo::internal::deviationStatistics(points, from, deviations.data());
@@ -124,7 +120,7 @@ double XGeoTolrance::calcCircularity(const std::vector<cv::Point3_<float>>& poin
 double XGeoTolrance::calcCircularity2D(const float* points, const int& count, const double& centerX,
                                        const double& centerY, const double& radius,
                                        bool useSigmaBand, double sigmaFactor) {
-  const FlatPointView view{points, points != nullptr ? count : 0};
+  const PlanarView view(points, count);
   return bandWidth(countingExtremes(view, CircleDeviation{centerX, centerY, radius},
                                     sigmaFactorIf(useSigmaBand, sigmaFactor)));
 }
@@ -133,8 +129,8 @@ double XGeoTolrance::calcCircularity2D(const std::vector<cv::Point_<float>>& poi
                                        const double& centerX, const double& centerY,
                                        const double& radius, bool useSigmaBand,
                                        double sigmaFactor) {
-  const FlatPointView view = flat(points);
-  return calcCircularity2D(view.data, view.count, centerX, centerY, radius, useSigmaBand,
+  const PlanarView view(points);
+  return calcCircularity2D(view.data(), view.count(), centerX, centerY, radius, useSigmaBand,
                            sigmaFactor);
 }
 
@@ -298,39 +294,29 @@ void XGeoTolrance::calcStatisticsCircle2D(const std::vector<cv::Point_<float>>& 
                                           const double& centerX, const double& centerY,
                                           const double& radius, double* const statistics,
                                           std::vector<double>& deviations) {
-  writeStatistics(flat(points), CircleDeviation{centerX, centerY, radius}, statistics, deviations);
+  writeStatistics(PlanarView(points), CircleDeviation{centerX, centerY, radius}, statistics,
+                  deviations);
 }
 
 int XGeoTolrance::Intersection3Planes(const cv::Vec3d* normals, const cv::Point3d* points,
                                       cv::Mat& out) {
-  const auto point = zelmo::internal::intersectionOfPlanes(normals, points);
-  if (!point) return 0;
-  out = *point;
-  return 1;
+  return zelmo::internal::storeIntersection(normals, points, out);
 }
 
 void XGeoTolrance::getMatRByVector(const cv::Vec3d& from, const cv::Vec3d& to, cv::Mat& R) {
-  R = cv::Mat(zelmo::internal::rotationBetween(from, to));
+  zelmo::internal::storeRotation(from, to, R);
 }
 
 void XGeoTolrance::alignBy3Plane(const cv::Vec3d* targetNormals, const cv::Point3d* targetPoints,
                                  const cv::Vec3d* sourceNormals, const cv::Point3d* sourcePoints,
                                  double* const rt) {
-  zelmo::internal::PlaneTriple target;
-  zelmo::internal::PlaneTriple source;
-  std::copy_n(targetNormals, 3, target.normals.begin());
-  std::copy_n(targetPoints, 3, target.points.begin());
-  std::copy_n(sourceNormals, 3, source.normals.begin());
-  std::copy_n(sourcePoints, 3, source.points.begin());
-  const auto rigid =
-      zelmo::internal::alignByPlanes(target, source, OppositeCross::AboutFirstNormal);
-  if (rigid) std::copy(rigid->begin(), rigid->end(), rt);
+  zelmo::internal::storeAlignment(zelmo::internal::PlaneTriple::of(targetNormals, targetPoints),
+                                  zelmo::internal::PlaneTriple::of(sourceNormals, sourcePoints),
+                                  OppositeCross::AboutFirstNormal, rt);
 }
 
 int XGeoTolrance::convertMatrixRT(const double* const in, double* const out) {
-  const auto inverse = zelmo::internal::rigidInverse(in);
-  std::copy(inverse.begin(), inverse.end(), out);
-  return 1;
+  return zelmo::internal::storeInverse(in, out);
 }
 
 void XGeoTolrance::projection2Plane(const std::vector<cv::Point3f>& points, double* const plane,

@@ -35,6 +35,8 @@ class ZELMO_EXPORT X3DFit {
 
   /// The rotation that carries the direction \p from onto \p to.
   ///
+  /// \param[in] from a direction of any length
+  /// \param[in] to a direction of any length
   /// \param[out] R 3 by 3 matrix of doubles; the identity for a zero or non-finite vector
   void getMatRByVector(const cv::Vec3d& from, const cv::Vec3d& to, cv::Mat& R);
 
@@ -45,7 +47,8 @@ class ZELMO_EXPORT X3DFit {
   /// \param[in] targetPoints cv::Point3d[3]
   /// \param[in] sourceNormals cv::Vec3d[3]
   /// \param[in] sourcePoints cv::Point3d[3]
-  /// \param[out] rt double[16]; stays as it is when either triple of planes has no single point
+  /// \param[out] rt double[16]; stays as it is when the source planes have no single point. Target
+  ///     planes that have none give some rotation.
   void alignBy3Plane(const cv::Vec3d* targetNormals, const cv::Point3d* targetPoints,
                      const cv::Vec3d* sourceNormals, const cv::Point3d* sourcePoints,
                      double* const rt);
@@ -59,6 +62,7 @@ class ZELMO_EXPORT X3DFit {
 
   /// The feet of points on a plane, computed in double and stored in float.
   ///
+  /// \param[in] points in space
   /// \param[in] plane double[4]: a, b, c, d; nothing tests that |(a, b, c)| = 1
   /// \param[out] out one foot per point; may be \p points
   void projection2Plane(const std::vector<cv::Point3f>& points, double* const plane,

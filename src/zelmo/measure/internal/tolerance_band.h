@@ -29,7 +29,7 @@ inline SigmaFactor sigmaFactorIf(bool use_band, double factor) {
 template <typename Points, typename Deviation>
 std::optional<Extremes> countingExtremes(const Points& points, const Deviation& from,
                                          const SigmaFactor& factor) {
-  const int count = countOf(points);
+  const int count = points.count();
   if (count < kFewestPoints) return std::nullopt;
   if (!factor) return extremeDeviations(points, from);
   // Not a vector: that would write every deviation twice.
