@@ -75,8 +75,7 @@ bool XCircle3DFit::fitView(const PointView& points, float* out, FitMethod method
   if (!flat || !fitCircle(flat->points, p, method)) return false;
   placeOutline(*flat, p[0], p[1], 0.0, out);
   out[9] = static_cast<float>(p[2]);
-  storeOutline(out, center, normal, majorDir);
-  radius = out[9];
+  storeOutline(out, center, normal, majorDir, {&radius});
   return true;
 }
 
@@ -90,9 +89,7 @@ bool XCircle3DFit::Fit(const float* points, const int& count, float* out, FitMet
 
 bool XCircle3DFit::Fit(const float* points, const float* normals, const int& count, float* out,
                        FitMethod method) {
-  if (!Fit(points, count, out, method)) return false;
-  orientNormal(PointView(normals, count), normal, out);
-  return true;
+  return Fit(points, count, out, method) && orientNormal(PointView(normals, count), normal, out);
 }
 
 void XCircle3DFit::getCircle(xgeofeature::XFCircle3D& record) const {

@@ -33,8 +33,8 @@ class ZELMO_EXPORT XCircle3DFit : public XCurve3DFit {
   ///
   /// \param[in] points float[3 * count]: x, y, z per point
   /// \param[in] count number of points
-  /// \param[out] out float[10]: center, normal, majorDir (local X of the plane), radius; lengths in
-  ///     the points' unit
+  /// \param[out] out float[10]: center, normal, majorDir (local X of the plane),
+  ///     radius; lengths in the points' unit
   /// \param[in] method LeastSquare: the algebraic circle in the plane. LeastAbsDev to
   ///     ChebyshevCircumscribed: a descent from it on the score named there. Any other value, negative
   ///     ones too: the largest circle with no point inside.

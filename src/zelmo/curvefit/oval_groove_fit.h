@@ -34,8 +34,8 @@ class ZELMO_EXPORT XOvalGroove3DFit : public XCurve3DFit {
   ///
   /// \param[in] points float[3 * count]: x, y, z per point
   /// \param[in] count number of points
-  /// \param[out] out float[11]: center, normal, majorDir (along the straight sides), halfStraight, radius; lengths in
-  ///     the points' unit
+  /// \param[out] out float[11]: center, normal, majorDir (along the straight sides),
+  ///     halfStraight, radius; lengths in the points' unit
   /// \param[in] method as named in FitMethod; MaximumInscribed and any other value minimise the sum of
   ///     absolute distances. Below the long axis the distance to a straight side is negative outside,
   ///     which the one-sided methods take as it is.

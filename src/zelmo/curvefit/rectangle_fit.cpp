@@ -2,9 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "zelmo/curvefit/rectangle_fit.h"
 
-#include "zelmo/curvefit/internal/outline_frame.h"
+#include "zelmo/curvefit/internal/outline_fit.h"
 #include "zelmo/internal/planar_residuals.h"
-#include "zelmo/simplex/simplex_state.h"
 
 namespace xcurve3dfit {
 
@@ -12,41 +11,30 @@ using namespace zelmo::internal;  // NOLINT(google-build-using-namespace): the k
 
 namespace {
 
-constexpr std::size_t kDimension = 5;
-constexpr int kMaxIterations = 10000;
-constexpr int kFewestPoints = 4;
-
 ZELMO_MULTIVERSION double evaluate(const PlanarView& points, const RectangleDistance& outline,
                                    OutlineScore score) {
   return outlineScore(points, outline, score);
 }
 
-double objective(const gsl_vector* v, void* params) {
-  const auto& data = *static_cast<const OutlineData*>(params);
-  const auto p = valuesOf<kDimension>(v);
-  return evaluate(data.points, {TurnedFrame::at(p[0], p[1], p[4]), p[2], p[3]}, data.score);
-}
+struct Shape {
+  static constexpr int kFewestPoints = 4;
+  static constexpr std::size_t kSizes = 2;
+
+  static std::array<double, kSizes> start(const BoundingStart& box) {
+    return {box.half_long, box.half_short};
+  }
+  static double score(const PlanarView& points, const double* p, OutlineScore score) {
+    return evaluate(points, {TurnedFrame::at(p[0], p[1], p[4]), p[2], p[3]}, score);
+  }
+  // CONTRACT: unlike the grooves, no sizes are tested.
+  static bool accepts(const double* /*sizes*/) { return true; }
+};
 
 }  // namespace
 
 bool XRectangle3DFit::fitView(const PointView& points, float* out, FitMethod method) {
-  if (points.count() < kFewestPoints) return false;
-  const auto flat = flatten(points);
-  if (!flat) return false;
-  const BoundingStart box = boundingStart(flat->points);
-  const double a = box.half_long;
-  const double b = box.half_short;
-  double p[kDimension] = {box.cx, box.cy, a, b, box.angle};
-  const double steps[kDimension] = {a / 100.0, b / 100.0, a / 100.0, b / 100.0, kAngleStep};
-  const OutlineData data{PlanarView(flat->points), scoreOf(method)};
-  SimplexState(kDimension, kMaxIterations, objective).descend(&data, p, steps);
-  placeOutline(*flat, p[0], p[1], p[4], out);
-  out[9] = static_cast<float>(p[2]);
-  out[10] = static_cast<float>(p[3]);
-  // CONTRACT: unlike the grooves, no sizes are tested.
-  storeOutline(out, center, normal, majorDir);
-  halfLength = out[9];
-  halfWidth = out[10];
+  if (!fitOutline<Shape>(points, method, out)) return false;
+  storeOutline(out, center, normal, majorDir, {&halfLength, &halfWidth});
   return true;
 }
 
@@ -60,9 +48,7 @@ bool XRectangle3DFit::Fit(const float* points, const int& count, float* out, Fit
 
 bool XRectangle3DFit::Fit(const float* points, const float* normals, const int& count, float* out,
                           FitMethod method) {
-  if (!Fit(points, count, out, method)) return false;
-  orientNormal(PointView(normals, count), normal, out);
-  return true;
+  return Fit(points, count, out, method) && orientNormal(PointView(normals, count), normal, out);
 }
 
 void XRectangle3DFit::getRectangle(xgeofeature::XFRectangle3D& record) const {

@@ -34,8 +34,8 @@ class ZELMO_EXPORT XRectangle3DFit : public XCurve3DFit {
   ///
   /// \param[in] points float[3 * count]: x, y, z per point
   /// \param[in] count number of points
-  /// \param[out] out float[11]: center, normal, majorDir (along the length), halfLength, halfWidth; lengths in
-  ///     the points' unit
+  /// \param[out] out float[11]: center, normal, majorDir (along the length),
+  ///     halfLength, halfWidth; lengths in the points' unit
   /// \param[in] method as named in FitMethod; MaximumInscribed and any other value minimise the sum of
   ///     absolute distances. The distance is that to the nearest side line, also beyond the side's
   ///     ends, and never negative, so that the one-sided methods meet no penalty.

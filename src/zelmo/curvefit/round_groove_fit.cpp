@@ -2,9 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "zelmo/curvefit/round_groove_fit.h"
 
-#include "zelmo/curvefit/internal/outline_frame.h"
+#include "zelmo/curvefit/internal/outline_fit.h"
 #include "zelmo/internal/planar_residuals.h"
-#include "zelmo/simplex/simplex_state.h"
 
 namespace xcurve3dfit {
 
@@ -12,45 +11,31 @@ using namespace zelmo::internal;  // NOLINT(google-build-using-namespace): the k
 
 namespace {
 
-constexpr std::size_t kDimension = 6;
-constexpr int kMaxIterations = 10000;
-constexpr int kFewestPoints = 12;
-
 ZELMO_MULTIVERSION double evaluate(const PlanarView& points,
                                    const RoundedRectangleResidual& outline, OutlineScore score) {
   return outlineScore(points, outline, score);
 }
 
-double objective(const gsl_vector* v, void* params) {
-  const auto& data = *static_cast<const OutlineData*>(params);
-  const auto p = valuesOf<kDimension>(v);
-  return evaluate(data.points, {TurnedFrame::at(p[0], p[1], p[5]), p[2], p[3], p[4]}, data.score);
-}
+struct Shape {
+  static constexpr int kFewestPoints = 12;
+  static constexpr std::size_t kSizes = 3;
+
+  static std::array<double, kSizes> start(const BoundingStart& box) {
+    return {box.half_long, box.half_short, box.half_short * 0.5};
+  }
+  static double score(const PlanarView& points, const double* p, OutlineScore score) {
+    return evaluate(points, {TurnedFrame::at(p[0], p[1], p[5]), p[2], p[3], p[4]}, score);
+  }
+  static bool accepts(const double* sizes) {
+    return sizes[0] >= sizes[1] && sizes[1] > sizes[2] && sizes[2] > 0;
+  }
+};
 
 }  // namespace
 
 bool XRoundGroove3DFit::fitView(const PointView& points, float* out, FitMethod method) {
-  if (points.count() < kFewestPoints) return false;
-  const auto flat = flatten(points);
-  if (!flat) return false;
-  const BoundingStart box = boundingStart(flat->points);
-  const double a = box.half_long;
-  const double b = box.half_short;
-  const double r = b * 0.5;
-  double p[kDimension] = {box.cx, box.cy, a, b, r, box.angle};
-  const double steps[kDimension] = {a / 100.0, b / 100.0, a / 100.0,
-                                    b / 100.0, r / 100.0, kAngleStep};
-  const OutlineData data{PlanarView(flat->points), scoreOf(method)};
-  SimplexState(kDimension, kMaxIterations, objective).descend(&data, p, steps);
-  placeOutline(*flat, p[0], p[1], p[5], out);
-  out[9] = static_cast<float>(p[2]);
-  out[10] = static_cast<float>(p[3]);
-  out[11] = static_cast<float>(p[4]);
-  if (!(p[2] >= p[3] && p[3] > p[4] && p[4] > 0)) return false;
-  storeOutline(out, center, normal, majorDir);
-  halfLength = out[9];
-  halfWidth = out[10];
-  cornerRadius = out[11];
+  if (!fitOutline<Shape>(points, method, out)) return false;
+  storeOutline(out, center, normal, majorDir, {&halfLength, &halfWidth, &cornerRadius});
   return true;
 }
 
@@ -64,9 +49,7 @@ bool XRoundGroove3DFit::Fit(const float* points, const int& count, float* out, F
 
 bool XRoundGroove3DFit::Fit(const float* points, const float* normals, const int& count, float* out,
                             FitMethod method) {
-  if (!Fit(points, count, out, method)) return false;
-  orientNormal(PointView(normals, count), normal, out);
-  return true;
+  return Fit(points, count, out, method) && orientNormal(PointView(normals, count), normal, out);
 }
 
 void XRoundGroove3DFit::getRoundGroove(xgeofeature::XFRoundGroove3D& record) const {

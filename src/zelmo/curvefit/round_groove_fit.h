@@ -35,8 +35,8 @@ class ZELMO_EXPORT XRoundGroove3DFit : public XCurve3DFit {
   ///
   /// \param[in] points float[3 * count]: x, y, z per point
   /// \param[in] count number of points
-  /// \param[out] out float[12]: center, normal, majorDir (along the length), halfLength, halfWidth, cornerRadius; lengths in
-  ///     the points' unit
+  /// \param[out] out float[12]: center, normal, majorDir (along the length),
+  ///     halfLength, halfWidth, cornerRadius; lengths in the points' unit
   /// \param[in] method as named in FitMethod; MaximumInscribed and any other value minimise the sum of
   ///     absolute distances. On the sides left of and below the center the distance is negative
   ///     outside, which the one-sided methods take as it is.

@@ -66,7 +66,8 @@ inline bool isOnAxisPoint(double qx, double qy, double qz) {
          std::fabs(qz) < kOnAxisPoint;
 }
 
-/// \p on_axis_point where isOnAxisPoint holds, else \p value. Chained choices of doubles, because the compiler leaves a joint condition scalar.
+/// \p on_axis_point where isOnAxisPoint holds, else \p value. Chained choices of
+/// doubles, because the compiler leaves a joint condition scalar.
 ZELMO_ALWAYS_INLINE double orOnAxisPoint(double qx, double qy, double qz, double on_axis_point,
                                          double value) {
   const double by_x = std::fabs(qx) < kOnAxisPoint ? on_axis_point : value;
@@ -74,25 +75,7 @@ ZELMO_ALWAYS_INLINE double orOnAxisPoint(double qx, double qy, double qz, double
   return std::fabs(qz) < kOnAxisPoint ? by_y : value;
 }
 
-/// Distance to an axis; a point on the axis point counts 0.
-struct AxisDistance {
-  AxisLine axis;
-  ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z,
-                                        double* from_axis_point) const {
-    const double qx = x - axis.px;
-    const double qy = y - axis.py;
-    const double qz = z - axis.pz;
-    *from_axis_point = qx * qx + qy * qy + qz * qz;
-    return std::sqrt(axis.distanceSquared(qx, qy, qz));
-  }
-  ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z) const {
-    double ignored;
-    const double value = (*this)(x, y, z, &ignored);
-    return orOnAxisPoint(x - axis.px, y - axis.py, z - axis.pz, 0.0, value);
-  }
-};
-
-/// The same squared, without the root.
+/// Squared distance to an axis; a point on the axis point counts 0.
 struct AxisDistanceSquared {
   AxisLine axis;
   ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z,
@@ -107,6 +90,15 @@ struct AxisDistanceSquared {
     double ignored;
     const double value = (*this)(x, y, z, &ignored);
     return orOnAxisPoint(x - axis.px, y - axis.py, z - axis.pz, 0.0, value);
+  }
+};
+
+/// The distance itself.
+struct AxisDistance {
+  AxisLine axis;
+  template <typename... Rest>
+  ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z, Rest... rest) const {
+    return std::sqrt(AxisDistanceSquared{axis}(x, y, z, rest...));
   }
 };
 

@@ -44,9 +44,9 @@ class ZELMO_EXPORT XConeFit : public X3DFit {
   ///     or infinite coordinate) the start is the result and "iter:0" is printed.
   /// \note The start has its apex inside the points, and the descent from it often ends in a local
   ///     minimum far from the cone: test the distances, or use Fit2 (better, not sure either) or the
-  ///     damped fit. The axis may point either way, and nothing keeps a descent from a negative half angle. A
-  ///     point within 0.01 of the apex in each coordinate counts by the cone's radius at the point
-  ///     before it, the first one by the tangent of the half angle.
+  ///     damped fit. The axis may point either way, and nothing keeps a descent from a negative half
+  ///     angle. A point within 0.01 of the apex in each coordinate counts by the cone's radius at the
+  ///     point before it, the first one by the tangent of the half angle.
   bool Fit(const float* points, const int& count, double* const params, FitMethod method);
 
   /// \copydoc Fit(const float*, const int&, double* const, FitMethod)

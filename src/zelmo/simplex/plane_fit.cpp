@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "zelmo/feature/frame_toolkit.h"
 #include "zelmo/feature/internal/local_frame.h"
 #include "zelmo/internal/objective.h"
 #include "zelmo/internal/regression.h"
@@ -81,12 +80,10 @@ bool XPlaneFit::Fit(const float* points, const int& count, double* const params,
 }
 
 void XPlaneFit::cornersOf(const PointView& points, const double* plane, float* corners) {
-  std::vector<cv::Point3f> projected;
-  projectOnPlane(points, plane, projected);
-  const auto frame = localFrame(projected, meanOf(projected), {plane[0], plane[1], plane[2]},
-                                {NoAxisPoint::FallbackAxis, OppositeCross::AnyHalfTurn});
-  if (!frame) return;
-  const auto result = axisParallelCorners(boundingRectangle(toLocal(projected, *frame)), *frame);
+  const auto local =
+      projectToLocal(points, plane, {NoAxisPoint::FallbackAxis, OppositeCross::AnyHalfTurn});
+  if (!local) return;
+  const auto result = axisParallelCorners(boundingRectangle(local->points), local->frame);
   std::copy(result.begin(), result.end(), corners);
 }
 

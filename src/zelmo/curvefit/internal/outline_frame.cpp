@@ -12,14 +12,11 @@ namespace zelmo::internal {
 std::optional<FlatPoints> flatten(const PointView& points) {
   FlatPoints flat{};
   x3dfit::XPlaneFit().Fit(points.data(), points.count(), flat.plane.data(), x3dfit::LeastAbsDev);
-  std::vector<cv::Point3f> projected;
-  projectOnPlane(points, flat.plane.data(), projected);
-  const auto frame =
-      localFrame(projected, meanOf(projected), {flat.plane[0], flat.plane[1], flat.plane[2]},
-                 {NoAxisPoint::FallbackAxis, OppositeCross::AnyHalfTurn});
-  if (!frame) return std::nullopt;
-  flat.frame = *frame;
-  flat.points = toLocal(projected, *frame);
+  auto local = projectToLocal(points, flat.plane.data(),
+                              {NoAxisPoint::FallbackAxis, OppositeCross::AnyHalfTurn});
+  if (!local) return std::nullopt;
+  flat.frame = local->frame;
+  flat.points = std::move(local->points);
   return flat;
 }
 
@@ -67,21 +64,25 @@ void placeOutline(const FlatPoints& flat, double cx, double cy, double angle, fl
   for (int i = 0; i < 9; ++i) out[i] = static_cast<float>(values[i]);
 }
 
-void storeOutline(const float* out, float* center, float* normal, float* major_dir) {
+void storeOutline(const float* out, float* center, float* normal, float* major_dir,
+                  std::initializer_list<float*> sizes) {
   std::copy_n(out, 3, center);
   std::copy_n(out + 3, 3, normal);
   std::copy_n(out + 6, 3, major_dir);
+  const float* size = out + 9;
+  for (float* field : sizes) *field = *size++;
 }
 
-void orientNormal(const PointView& normals, float* normal, float* out) {
+bool orientNormal(const PointView& normals, float* normal, float* out) {
   int along = 0;
   for (int i = 0; i < normals.count(); ++i) {
     const float* n = normals.at(i);
     const float dot = n[0] * normal[0] + n[1] * normal[1] + n[2] * normal[2];
     if (dot > 0) ++along;
   }
-  if (normals.count() - along <= along) return;
+  if (normals.count() - along <= along) return true;
   for (int i = 0; i < 3; ++i) out[3 + i] = normal[i] = -normal[i];
+  return true;
 }
 
 }  // namespace zelmo::internal

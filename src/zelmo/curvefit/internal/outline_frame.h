@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <initializer_list>
 #include <optional>
 #include <vector>
 
@@ -38,17 +39,18 @@ struct BoundingStart {
 };
 BoundingStart boundingStart(const std::vector<cv::Point2f>& points);
 
-constexpr double kAngleStep = 0.001;
-
 /// Center, normal and major direction in space, as the first nine floats of a result.
 void placeOutline(const FlatPoints& flat, double cx, double cy, double angle, float* out);
 
-/// Copies the first nine floats of a result into an object's fields.
-void storeOutline(const float* out, float* center, float* normal, float* major_dir);
+/// Copies a result into an object's fields.
+/// \param[in] sizes the fields after the first nine floats
+void storeOutline(const float* out, float* center, float* normal, float* major_dir,
+                  std::initializer_list<float*> sizes);
 
 /// Turns a fitted normal to the side on which more of the measured normals lie, in the object and in
 /// the result.
 /// \param[in] normals float[3 * count]
-void orientNormal(const PointView& normals, float* normal, float* out);
+/// \return true
+bool orientNormal(const PointView& normals, float* normal, float* out);
 
 }  // namespace zelmo::internal
