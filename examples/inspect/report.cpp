@@ -129,6 +129,7 @@ void writeFeatures(const std::vector<Measurement>& measurements, const OutputFol
     flags.push_back(0);
   }
   std::vector<xgeofeature::XFBase*> features;
+  features.reserve(ideals.size());
   for (Ideal& ideal : ideals) {
     features.push_back(
         std::visit([](auto& record) -> xgeofeature::XFBase* { return &record; }, ideal));

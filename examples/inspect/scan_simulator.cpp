@@ -71,7 +71,7 @@ Surface meshOf(const TopoDS_Shape& model) {
   Bnd_Box box;
   BRepBndLib::Add(model, box);
   const double diagonal = box.IsVoid() ? 1.0 : std::sqrt(box.SquareExtent());
-  BRepMesh_IncrementalMesh(model, kMeshShare * diagonal, Standard_False, kMeshAngle);
+  const BRepMesh_IncrementalMesh mesher(model, kMeshShare * diagonal, Standard_False, kMeshAngle);
   const double sign = signOfSolid(model);
   Surface surface;
   double area = 0.0;

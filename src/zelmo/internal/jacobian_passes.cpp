@@ -167,8 +167,8 @@ void sumRowByRow(const JacobianView& jacobian, const double* x, const double* f,
 }  // namespace
 
 ZELMO_MULTIVERSION double errorSquareSum(const double* x, const double* f, int n) {
-  constexpr int block = 8;
-  const int whole = n - n % block;
+  constexpr int kBlock = 8;
+  const int whole = n - n % kBlock;
   Pack sum = {};
   for (int i = whole - kRowPadding; i >= 0; i -= kRowPadding) {
     const Pack error = x == nullptr ? load(f + i) : load(x + i) - load(f + i);

@@ -30,7 +30,7 @@ namespace xsection {
 class ZELMO_EXPORT XSection {
  public:
   XSection();
-  ~XSection();
+  ~XSection();  // NOLINT(performance-trivially-destructible): stays in the library
 
   /// Cuts a mesh on the caller's thread, triangle by triangle in the order of the faces.
   ///

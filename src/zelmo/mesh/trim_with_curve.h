@@ -30,7 +30,7 @@ namespace vorn::quil::xtirm {
 class ZELMO_EXPORT XTrimWithCurve : public XTrim {
  public:
   XTrimWithCurve();
-  ~XTrimWithCurve();
+  ~XTrimWithCurve();  // NOLINT(performance-trivially-destructible): stays in the library
 
   /// Cuts a circular hole.
   ///

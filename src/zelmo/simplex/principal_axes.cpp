@@ -8,9 +8,8 @@ namespace x3dfit {
 
 void computePrincipalAxes(const std::vector<cv::Point3f>& points, cv::Mat& values, cv::Mat& vectors,
                           cv::Point3f& center) {
-  using namespace zelmo::
-      internal;  // NOLINT(google-build-using-namespace): the kernels of this shell
-  const PrincipalAxes axes = principalAxes(PointView(points), OffsetRounding::ToFloat);
+  const zelmo::internal::PrincipalAxes axes = zelmo::internal::principalAxes(
+      zelmo::internal::PointView(points), zelmo::internal::OffsetRounding::ToFloat);
   values = axes.values;
   vectors = axes.vectors;
   center = cv::Point3f(axes.centroid);

@@ -23,7 +23,7 @@ constexpr double kMostOpening = 1.57;
 
 template <typename Point, typename Assign>
 auto cloudFrom(const PointView& view, Assign assign) {
-  const auto cloud = std::make_shared<pcl::PointCloud<Point>>();
+  auto cloud = std::make_shared<pcl::PointCloud<Point>>();
   cloud->points.resize(static_cast<std::size_t>(view.count()));
   for (int i = 0; i < view.count(); ++i) {
     assign(cloud->points[static_cast<std::size_t>(i)], view.at(i));
