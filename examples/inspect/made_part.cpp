@@ -88,9 +88,10 @@ TopoDS_Shape makePart() {
   removed.Append(wedge({{-4, -1, 25}, {20, -1, 43}, {-4, -1, 43}}, {0, 82, 0}));
   removed.Append(wedge({{90, -12, 31}, {126, 60, 31}, {126, -12, -5}}, {12, -6, 12}));
   removed.Append(box({30, -1, -1}, {42, 81, 6}));
-  // A bore, a blind hole with a flat bottom, a slot.
+  // A bore, a blind hole with a flat bottom and a counterbore, a slot.
   removed.Append(BRepPrimAPI_MakeCylinder(upwardAt(60, 55, -1), 12, 42).Shape());
   removed.Append(BRepPrimAPI_MakeCylinder(upwardAt(105, 60, 10), 7, 16).Shape());
+  removed.Append(BRepPrimAPI_MakeCylinder(upwardAt(105, 60, 20), 10, 6).Shape());
   removed.Append(roundedPrism({40, 20, 28}, gp::DX(), gp::DZ(), 18, 6, 6, 13));
   // Two pockets from the sides, with sharp and with round corners. The lower wall of the second lies
   // in the plane of the groove's ceiling and faces the other way.

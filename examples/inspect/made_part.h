@@ -9,7 +9,7 @@
 namespace inspect {
 
 /// A machined block of 120 x 80 x 40 mm with planes of several sizes and directions, a bore, a blind
-/// hole, a slot, pockets, a cylindrical boss, a conical boss and a ball.
+/// hole with a counterbore, a slot, pockets, a cylindrical boss, a conical boss and a ball.
 TopoDS_Shape makePart();
 
 /// Writes the shape as STEP. Throws Failure with kBadOutput where the file isn't whole.

@@ -21,6 +21,7 @@
 #include "output_folder.h"
 #include "report.h"
 #include "scan.h"
+#include "tolerances.h"
 
 namespace inspect {
 namespace {
@@ -79,6 +80,13 @@ int measureInto(const OutputFolder& folder, Options options, Progress& progress,
   progress.step("writing the results");
   writeReports(measurements, scan, folder);
   text = tableOf(measurements, content, scan);
+  progress.step("evaluating the tolerances");
+  const std::vector<Verdict> verdicts =
+      evaluate(made ? planOfMadePart(content.features, options.tolerance)
+                    : planFrom(content.features, options.tolerance),
+               measurements, scan);
+  folder.write("tolerances.csv", toleranceRows(verdicts, measurements));
+  text += "\n" + toleranceTable(verdicts, measurements);
   for (const Measurement& one : measurements) {
     if (one.done()) return kDone;
   }

@@ -9,17 +9,6 @@ namespace {
 
 constexpr int kFewest = 8;  // points: fewer than a filter can work on
 
-Gathered gatherUsed(const Scan& scan, const std::vector<PickedPoint>& picked) {
-  Gathered gathered;
-  for (const PickedPoint& one : picked) {
-    if (one.state != PointState::Used) continue;
-    const float *point = scan.point(one.index), *normal = scan.normal(one.index);
-    gathered.points.insert(gathered.points.end(), point, point + 3);
-    gathered.normals.insert(gathered.normals.end(), normal, normal + 3);
-  }
-  return gathered;
-}
-
 /// Takes the points out of use that lie outside the band of those in use. \return the number left
 int keepBand(std::vector<PickedPoint>& points, double sigma) {
   std::vector<double> values;
@@ -40,6 +29,17 @@ int keepBand(std::vector<PickedPoint>& points, double sigma) {
 }
 
 }  // namespace
+
+Gathered gatherUsed(const Scan& scan, const std::vector<PickedPoint>& picked) {
+  Gathered gathered;
+  for (const PickedPoint& one : picked) {
+    if (one.state != PointState::Used) continue;
+    const float *point = scan.point(one.index), *normal = scan.normal(one.index);
+    gathered.points.insert(gathered.points.end(), point, point + 3);
+    gathered.normals.insert(gathered.normals.end(), normal, normal + 3);
+  }
+  return gathered;
+}
 
 Inspector::Inspector(const Scan& scan, const Options& options) : m_scan(scan), m_options(options) {
   m_extract.setMaxDis(static_cast<float>(options.band));

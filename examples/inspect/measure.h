@@ -38,6 +38,9 @@ struct Measurement {
   bool done() const { return trouble.empty(); }
 };
 
+/// The points in use, with their normals.
+Gathered gatherUsed(const Scan& scan, const std::vector<PickedPoint>& picked);
+
 /// Measures features in one scan.
 class Inspector {
  public:

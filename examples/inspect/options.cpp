@@ -84,6 +84,8 @@ bool readValueOption(Arguments& arguments, Options& options) {
     options.angle = numberIn(word, arguments.value(), 0.0, 60.0);
   } else if (word == "--sigma") {
     options.sigma = numberIn(word, arguments.value(), 0.1, 100.0);
+  } else if (word == "--tolerance") {
+    options.tolerance = numberIn(word, arguments.value(), 0.0, 1e3);
   } else if (word == "--points") {
     options.points = static_cast<int>(numberIn(word, arguments.value(), 1.0, kMostPoints));
   } else if (word == "--noise") {
@@ -185,6 +187,8 @@ outside.
   --band MM          pick points up to MM off the nominal surface (default: 0.5)
   --angle DEG        pick points whose normal is within DEG of the nominal one (default: 15)
   --sigma K          keep points within mean plus or minus K standard deviations (default: 3)
+  --tolerance MM     limit of form, orientation and location, and of distances and diameters to
+                     either side (default: 0.1); angles may be off by 0.1 degrees
   --points N         number of points of a simulated scan (default: 400000)
   --noise MM         standard deviation of a simulated scan (default: 0.01)
   --verbose          show what the library and the CAD kernel print instead of logging it
@@ -204,9 +208,19 @@ Columns of the table
   flatness, sphericity, cylindricity, conicity
                      mm; largest minus smallest deviation of the points used
 
+Tolerances
+  The program's own part is held against a plan of its own. For any other model the plan follows
+  from the features: the form of each, diameters, parallelism, distance and angle of the planes
+  towards the three largest ones that are square to each other, perpendicularity of cylinders to
+  them, coaxiality of cylinders on one axis. Values are those of the library: the band of the
+  points about the fitted feature, or about one that has the datum's direction; an axis is taken
+  by the centres of up to eight sections. Concentricity is the difference of the reaches, coaxiality and
+  position twice the largest distance. Being out of tolerance does not change the exit status.
+
 Results in OUT
   features.csv       every nominal feature and its measured twin, 47 columns
   results.csv        the numbers of the table with all their digits
+  tolerances.csv     every requirement: nominal, tolerance, measured, deviation, in or out
   deviations.csv     every picked point: its line or number in the scan, its deviation from the
                      fitted feature, and whether it was used; the last column of the table can
                      be recomputed from it

@@ -17,6 +17,8 @@ struct Options {
   double band = 0.5;    ///< mm: half width of the layer of points that is searched
   double angle = 15.0;  ///< degrees: largest angle of a point's normal to the nominal one
   double sigma = 3.0;   ///< multiples of the standard deviation: half width of the kept band
+  double tolerance =
+      0.1;  ///< mm: what form, orientation and location may be off, and sizes either way
   int points = 400000;  ///< of a simulated scan
   double noise = 0.01;  ///< mm: standard deviation of a simulated scan
   bool verbose = false;
