@@ -113,7 +113,7 @@ const Outline kOutlines[] = {
      [](double s) { return cv::Vec2d(9 * std::cos(2 * kPi * s), 9 * std::sin(2 * kPi * s)); },
      {9},
      [](double x, double y, const float* size) {
-       return internal::CircleResidual{0, 0, size[0]}(x, y);
+       return internal::CircleDeviation{0, 0, size[0]}(x, y);
      }},
     {"OvalGroove",
      11,

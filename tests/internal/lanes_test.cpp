@@ -13,11 +13,11 @@
 namespace zelmo::internal {
 namespace {
 
-ZELMO_MULTIVERSION double widened(const PointView& points, const SphereResidual& sphere) {
+ZELMO_MULTIVERSION double widened(const PointView& points, const SphereDeviation& sphere) {
   return foldSquareSum(points, sphere);
 }
 // The same fold, left to what every processor has.
-double plain(const PointView& points, const SphereResidual& sphere) {
+double plain(const PointView& points, const SphereDeviation& sphere) {
   return foldSquareSum(points, sphere);
 }
 ZELMO_MULTIVERSION void widenedSums(const PlanarView& points, double* sums) {
@@ -35,7 +35,7 @@ TEST(Lanes, GiveTheSameBitsInEveryWidthAndTheRightSum) {
   std::uniform_real_distribution<float> coordinate(-100, 100);
   std::vector<float> data(3 * 1003);
   for (float& value : data) value = coordinate(engine);
-  const SphereResidual sphere{1.5, -2.5, 0.25, 40};
+  const SphereDeviation sphere{1.5, -2.5, 0.25, 40};
   for (const int count : {0, 1, 7, 8, 9, 1003}) {
     SCOPED_TRACE(count);
     const PointView points(data.data(), count);
@@ -68,7 +68,7 @@ TEST(Lanes, WalkPlanarPointsWithSeveralSumsAtOnce) {
 TEST(Lanes, PassANanOverInTheLargest) {
   const float nan = std::numeric_limits<float>::quiet_NaN();
   const float data[] = {3, 0, 0, nan, 0, 0, -5, 0, 0};
-  EXPECT_EQ(foldMaxAbs(PointView(data, 3), PlaneResidual{1, 0, 0, 0}), 5.0);
+  EXPECT_EQ(foldMaxAbs(PointView(data, 3), PlaneDeviation{1, 0, 0, 0}), 5.0);
 }
 
 }  // namespace

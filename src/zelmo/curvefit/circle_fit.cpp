@@ -25,14 +25,14 @@ double emptiestInside(double smallest, double r) {
 }
 
 struct Negated {
-  CircleResidual circle;
+  CircleDeviation circle;
   ZELMO_ALWAYS_INLINE double operator()(double x, double y) const { return -circle(x, y); }
 };
 
-ZELMO_MULTIVERSION double smallestOf(const PlanarView& points, const CircleResidual& circle) {
+ZELMO_MULTIVERSION double smallestOf(const PlanarView& points, const CircleDeviation& circle) {
   return -laneMax(points, Negated{circle}, -1e50);
 }
-ZELMO_MULTIVERSION double evaluate(const PlanarView& points, const CircleResidual& circle,
+ZELMO_MULTIVERSION double evaluate(const PlanarView& points, const CircleDeviation& circle,
                                    OutlineScore score) {
   return outlineScore(points, circle, score);
 }
@@ -40,7 +40,7 @@ ZELMO_MULTIVERSION double evaluate(const PlanarView& points, const CircleResidua
 double objective(const gsl_vector* v, void* params) {
   const auto& data = *static_cast<const OutlineData*>(params);
   const auto p = valuesOf<kDimension>(v);
-  const CircleResidual circle{p[0], p[1], p[2]};
+  const CircleDeviation circle{p[0], p[1], p[2]};
   if (data.score == OutlineScore::EmptiestInside) {
     return emptiestInside(smallestOf(data.points, circle), circle.r);
   }

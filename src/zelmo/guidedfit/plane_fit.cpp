@@ -24,7 +24,7 @@ constexpr double kNoSquaredNormal = 1e-6;  // in the objective
 constexpr double kNoNormal = 0.0001;       // of the result
 
 ZELMO_MULTIVERSION double planeSquareSum(const in::PointView& points, const double* p) {
-  return in::foldSquareSum(points, in::PlaneResidual{p[0], p[1], p[2], p[3]});
+  return in::foldSquareSum(points, in::PlaneDeviation{p[0], p[1], p[2], p[3]});
 }
 
 /// Divides by the length of the normal and turns the plane the way most normals point.

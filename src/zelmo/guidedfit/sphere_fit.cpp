@@ -20,7 +20,7 @@ constexpr int kMinCount = 4;
 constexpr double kStepDivisor = 100.0;
 
 ZELMO_MULTIVERSION double sphereSquareSum(const in::PointView& points, const double* p) {
-  return in::foldSquareSum(points, in::SphereResidual{p[0], p[1], p[2], p[3]});
+  return in::foldSquareSum(points, in::SphereDeviation{p[0], p[1], p[2], p[3]});
 }
 
 const in::PointView& pointsOf(void* params) { return *static_cast<const in::PointView*>(params); }

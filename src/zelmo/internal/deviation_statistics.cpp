@@ -5,15 +5,6 @@
 namespace zelmo::internal {
 namespace {
 
-template <int Dimension, typename Deviation>
-ZELMO_ALWAYS_INLINE double deviationAt(const Deviation& from, const float* p) {
-  if constexpr (Dimension == 2) {
-    return from(p[0], p[1]);
-  } else {
-    return from(p[0], p[1], p[2]);
-  }
-}
-
 /// Largest and smallest per lane.
 struct LaneExtremes {
   double largest[kLanes];
@@ -39,25 +30,28 @@ struct LaneExtremes {
   }
 };
 
-template <int Dimension, typename Deviation, typename Stored>
-ZELMO_ALWAYS_INLINE DeviationPass laneStore(const float* p, int count, const Deviation& given,
+template <typename View, typename Deviation, typename Stored>
+ZELMO_ALWAYS_INLINE DeviationPass laneStore(const View& points, const Deviation& given,
                                             Stored* __restrict out) {
+  constexpr int kFloats = View::kFloats;
   const Deviation from = given;
+  const float* p = points.data();
+  const int count = points.count();
   LaneExtremes extremes;
   extremes.start();
   double sum[kLanes] = {};
   int i = 0;
-  for (; i + kLanes <= count; i += kLanes, p += Dimension * kLanes, out += kLanes) {
+  for (; i + kLanes <= count; i += kLanes, p += kFloats * kLanes, out += kLanes) {
     ZELMO_LANE_LOOP for (int k = 0; k < kLanes; ++k) {
-      const double value = deviationAt<Dimension>(from, p + Dimension * k);
+      const double value = termAt(points, from, p + kFloats * k);
       extremes.take(k, value);
       const Stored stored = static_cast<Stored>(value);
       out[k] = stored;
       sum[k] += stored;
     }
   }
-  for (int k = 0; i < count; ++i, ++k, p += Dimension) {
-    const double value = deviationAt<Dimension>(from, p);
+  for (int k = 0; i < count; ++i, ++k, p += kFloats) {
+    const double value = termAt(points, from, p);
     extremes.take(k, value);
     out[k] = static_cast<Stored>(value);
     sum[k] += out[k];
@@ -65,19 +59,22 @@ ZELMO_ALWAYS_INLINE DeviationPass laneStore(const float* p, int count, const Dev
   return {extremes.fold(), addLanes(sum)};
 }
 
-template <int Dimension, typename Deviation>
-ZELMO_ALWAYS_INLINE Extremes laneExtremes(const float* p, int count, const Deviation& given) {
+template <typename View, typename Deviation>
+ZELMO_ALWAYS_INLINE Extremes laneExtremes(const View& points, const Deviation& given) {
+  constexpr int kFloats = View::kFloats;
   const Deviation from = given;
+  const float* p = points.data();
+  const int count = points.count();
   LaneExtremes extremes;
   extremes.start();
   int i = 0;
-  for (; i + kLanes <= count; i += kLanes, p += Dimension * kLanes) {
+  for (; i + kLanes <= count; i += kLanes, p += kFloats * kLanes) {
     ZELMO_LANE_LOOP for (int k = 0; k < kLanes; ++k) {
-      extremes.take(k, deviationAt<Dimension>(from, p + Dimension * k));
+      extremes.take(k, termAt(points, from, p + kFloats * k));
     }
   }
-  for (int k = 0; i < count; ++i, ++k, p += Dimension) {
-    extremes.take(k, deviationAt<Dimension>(from, p));
+  for (int k = 0; i < count; ++i, ++k, p += kFloats) {
+    extremes.take(k, termAt(points, from, p));
   }
   return extremes.fold();
 }
@@ -103,76 +100,76 @@ ZELMO_ALWAYS_INLINE double laneSquares(double mean, const Stored* deviations, in
 
 ZELMO_MULTIVERSION DeviationPass storeDeviations(const PointView& points,
                                                  const PlaneDeviation& from, double* out) {
-  return laneStore<3>(points.data(), points.count(), from, out);
+  return laneStore(points, from, out);
 }
 
 ZELMO_MULTIVERSION DeviationPass storeDeviations(const PointView& points, const LineDeviation& from,
                                                  double* out) {
-  return laneStore<3>(points.data(), points.count(), from, out);
+  return laneStore(points, from, out);
 }
 
 ZELMO_MULTIVERSION DeviationPass storeDeviations(
     const PointView& points, const CylinderDeviation<NearPoint::OnTheAxis>& from, double* out) {
-  return laneStore<3>(points.data(), points.count(), from, out);
+  return laneStore(points, from, out);
 }
 
 ZELMO_MULTIVERSION DeviationPass storeDeviations(const PointView& points,
                                                  const SphereDeviation& from, double* out) {
-  return laneStore<3>(points.data(), points.count(), from, out);
+  return laneStore(points, from, out);
 }
 
 ZELMO_MULTIVERSION DeviationPass storeDeviations(const PointView& points,
                                                  const SpaceCircleDeviation& from, double* out) {
-  return laneStore<3>(points.data(), points.count(), from, out);
+  return laneStore(points, from, out);
 }
 
 ZELMO_MULTIVERSION DeviationPass storeDeviations(const PlanarView& points,
                                                  const CircleDeviation& from, double* out) {
-  return laneStore<2>(points.data(), points.count(), from, out);
+  return laneStore(points, from, out);
 }
 
 ZELMO_MULTIVERSION DeviationPass storeDeviations(const PointView& points,
                                                  const PlaneDeviation& from, float* out) {
-  return laneStore<3>(points.data(), points.count(), from, out);
+  return laneStore(points, from, out);
 }
 
 ZELMO_MULTIVERSION DeviationPass storeDeviations(const PointView& points,
                                                  const SphereDeviation& from, float* out) {
-  return laneStore<3>(points.data(), points.count(), from, out);
+  return laneStore(points, from, out);
 }
 
 ZELMO_MULTIVERSION DeviationPass storeDeviations(const PointView& points,
                                                  const CylinderDeviation<NearPoint::Measured>& from,
                                                  float* out) {
-  return laneStore<3>(points.data(), points.count(), from, out);
+  return laneStore(points, from, out);
 }
 
 ZELMO_MULTIVERSION Extremes extremeDeviations(const PointView& points, const PlaneDeviation& from) {
-  return laneExtremes<3>(points.data(), points.count(), from);
+  return laneExtremes(points, from);
 }
 
 ZELMO_MULTIVERSION Extremes extremeDeviations(const PointView& points, const LineDeviation& from) {
-  return laneExtremes<3>(points.data(), points.count(), from);
+  return laneExtremes(points, from);
 }
 
 ZELMO_MULTIVERSION Extremes extremeDeviations(const PointView& points,
                                               const CylinderDeviation<NearPoint::OnTheAxis>& from) {
-  return laneExtremes<3>(points.data(), points.count(), from);
+  return laneExtremes(points, from);
 }
 
 ZELMO_MULTIVERSION Extremes extremeDeviations(const PointView& points,
                                               const SphereDeviation& from) {
-  return laneExtremes<3>(points.data(), points.count(), from);
+  return laneExtremes(points, from);
 }
 
 ZELMO_MULTIVERSION Extremes extremeDeviations(const PointView& points,
                                               const SpaceCircleDeviation& from) {
-  return laneExtremes<3>(points.data(), points.count(), from);
+  return laneExtremes(points, from);
 }
 
 ZELMO_MULTIVERSION Extremes extremeDeviations(const PlanarView& points,
                                               const CircleDeviation& from) {
-  return laneExtremes<2>(points.data(), points.count(), from);
+  return laneExtremes(points, from);
 }
 
 ZELMO_MULTIVERSION double squaresAbout(double mean, const double* deviations, int count) {

@@ -6,6 +6,8 @@
 
 #include "zelmo/internal/array_view.h"
 #include "zelmo/internal/lanes.h"
+#include "zelmo/internal/planar_residuals.h"
+#include "zelmo/internal/residuals.h"
 
 /// \file
 /// Signed deviations of points from a feature, their statistics and the sigma band.
@@ -14,116 +16,6 @@
 /// the mean and the variance. Sums run in lanes.
 
 namespace zelmo::internal {
-
-/// n . p + d of a plane. A normal that is not unit scales the deviation.
-struct PlaneDeviation {
-  double a, b, c, d;
-
-  static PlaneDeviation through(const double* point, const double* normal) {
-    return {normal[0], normal[1], normal[2],
-            -(normal[0] * point[0] + normal[1] * point[1] + normal[2] * point[2])};
-  }
-  ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z) const {
-    return a * x + b * y + c * z + d;
-  }
-};
-
-/// What a line or cylinder does with a point that lies within 0.01 of its given point in each
-/// coordinate.
-enum class NearPoint {
-  OnTheAxis,  ///< its distance counts as 0: XGeoTolrance
-  Measured,   ///< like any other: damped cylinder fit
-};
-
-constexpr double kNearAxisPoint = 0.01;
-
-/// A point and a direction that is expected to be unit; a longer one scales the distance.
-struct AxisOffset {
-  double ox, oy, oz, dx, dy, dz;
-
-  static AxisOffset of(const double* line) {
-    return {line[0], line[1], line[2], line[3], line[4], line[5]};
-  }
-  /// |(p - o) x d|.
-  ZELMO_ALWAYS_INLINE double distance(double x, double y, double z) const {
-    return std::sqrt(squaredDistance(x, y, z));
-  }
-  ZELMO_ALWAYS_INLINE double squaredDistance(double x, double y, double z) const {
-    const double cx = (y - oy) * dz - (z - oz) * dy;
-    const double cy = (z - oz) * dx - (x - ox) * dz;
-    const double cz = (x - ox) * dy - (y - oy) * dx;
-    return cx * cx + cy * cy + cz * cz;
-  }
-  ZELMO_ALWAYS_INLINE double along(double x, double y, double z) const {
-    return (x - ox) * dx + (y - oy) * dy + (z - oz) * dz;
-  }
-  /// \p value, or 0 for a point within 0.01 of o in each coordinate.
-  ZELMO_ALWAYS_INLINE double unlessNear(double x, double y, double z, double value) const {
-    // Three selections instead of one condition: a branch would keep the loop scalar.
-    const double by_z = std::fabs(z - oz) < kNearAxisPoint ? 0.0 : value;
-    const double by_y = std::fabs(y - oy) < kNearAxisPoint ? by_z : value;
-    return std::fabs(x - ox) < kNearAxisPoint ? by_y : value;
-  }
-};
-
-/// The distance from a line, negative for a point behind the line's given point along its direction;
-/// 0 for a point near the given point.
-// CONTRACT: the sign tells ahead or behind along the line, not a side of it.
-struct LineDeviation {
-  AxisOffset axis;
-
-  ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z) const {
-    const double distance = axis.distance(x, y, z);
-    const double deviation = axis.along(x, y, z) < 0 ? -distance : distance;
-    return axis.unlessNear(x, y, z, deviation);
-  }
-};
-
-/// The distance from the axis less the radius.
-// CONTRACT: near the axis' given point the deviation is minus the radius, however small that is.
-template <NearPoint Rule>
-struct CylinderDeviation {
-  AxisOffset axis;
-  double radius;
-
-  static CylinderDeviation of(const double* cylinder) {
-    return {AxisOffset::of(cylinder), cylinder[6]};
-  }
-  ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z) const {
-    const double distance = axis.distance(x, y, z);
-    if constexpr (Rule == NearPoint::Measured) {
-      return distance - radius;
-    } else {
-      return axis.unlessNear(x, y, z, distance) - radius;
-    }
-  }
-};
-
-/// The distance from the center less the radius.
-struct SphereDeviation {
-  double x0, y0, z0, radius;
-
-  static SphereDeviation of(const double* sphere) {
-    return {sphere[0], sphere[1], sphere[2], sphere[3]};
-  }
-  ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z) const {
-    const double u = x - x0;
-    const double v = y - y0;
-    const double w = z - z0;
-    return std::sqrt(u * u + v * v + w * w) - radius;
-  }
-};
-
-/// The distance of a point of the plane from the center less the radius.
-struct CircleDeviation {
-  double x0, y0, radius;
-
-  ZELMO_ALWAYS_INLINE double operator()(double x, double y) const {
-    const double u = x - x0;
-    const double v = y - y0;
-    return std::sqrt(u * u + v * v) - radius;
-  }
-};
 
 /// A point of space projected on the circle's plane, rounded to float, mapped by the first two rows
 /// of a rigid transform, rounded to float, and measured against the circle there.

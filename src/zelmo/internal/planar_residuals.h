@@ -13,7 +13,7 @@
 namespace zelmo::internal {
 
 /// Distance to the center less the radius.
-struct CircleResidual {
+struct CircleDeviation {
   double cx, cy, r;
   ZELMO_ALWAYS_INLINE double operator()(double x, double y) const {
     const double dx = x - cx;

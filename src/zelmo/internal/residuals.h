@@ -11,17 +11,26 @@
 
 namespace zelmo::internal {
 
-/// Signed distance to a x + b y + c z + d = 0, times the length of (a, b, c).
-struct PlaneResidual {
+/// a x + b y + c z + d: the signed distance to a plane, times the length of (a, b, c).
+struct PlaneDeviation {
   double a, b, c, d;
+
+  static PlaneDeviation through(const double* point, const double* normal) {
+    return {normal[0], normal[1], normal[2],
+            -(normal[0] * point[0] + normal[1] * point[1] + normal[2] * point[2])};
+  }
   ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z) const {
     return a * x + b * y + c * z + d;
   }
 };
 
 /// Distance to the center less the radius.
-struct SphereResidual {
+struct SphereDeviation {
   double cx, cy, cz, r;
+
+  static SphereDeviation of(const double* sphere) {
+    return {sphere[0], sphere[1], sphere[2], sphere[3]};
+  }
   ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z) const {
     const double dx = x - cx;
     const double dy = y - cy;
@@ -30,11 +39,16 @@ struct SphereResidual {
   }
 };
 
-/// A point on an axis and the axis' unit direction.
+/// A point on an axis and the axis' direction, expected to be unit: a longer one scales what is
+/// measured.
 struct AxisLine {
   double px, py, pz, ux, uy, uz;
 
-  /// From a point and a direction of any length; a zero direction gives NaN.
+  /// The direction as it stands.
+  static AxisLine of(const double* line) {
+    return {line[0], line[1], line[2], line[3], line[4], line[5]};
+  }
+  /// A direction of any length is made unit; a zero one gives NaN.
   static AxisLine through(const double* point, const double* direction) {
     const double length = std::sqrt(direction[0] * direction[0] + direction[1] * direction[1] +
                                     direction[2] * direction[2]);
@@ -61,19 +75,63 @@ struct AxisLine {
 /// point then lies on the axis point.
 constexpr double kOnAxisPoint = 0.01;
 
-inline bool isOnAxisPoint(double qx, double qy, double qz) {
-  return std::fabs(qx) < kOnAxisPoint && std::fabs(qy) < kOnAxisPoint &&
-         std::fabs(qz) < kOnAxisPoint;
+inline bool isOnAxisPoint(double qx, double qy, double qz, double limit = kOnAxisPoint) {
+  return std::fabs(qx) < limit && std::fabs(qy) < limit && std::fabs(qz) < limit;
 }
 
 /// \p on_axis_point where isOnAxisPoint holds, else \p value. Chained choices of
 /// doubles, because the compiler leaves a joint condition scalar.
 ZELMO_ALWAYS_INLINE double orOnAxisPoint(double qx, double qy, double qz, double on_axis_point,
-                                         double value) {
-  const double by_x = std::fabs(qx) < kOnAxisPoint ? on_axis_point : value;
-  const double by_y = std::fabs(qy) < kOnAxisPoint ? by_x : value;
-  return std::fabs(qz) < kOnAxisPoint ? by_y : value;
+                                         double value, double limit = kOnAxisPoint) {
+  const double by_x = std::fabs(qx) < limit ? on_axis_point : value;
+  const double by_y = std::fabs(qy) < limit ? by_x : value;
+  return std::fabs(qz) < limit ? by_y : value;
 }
+
+/// The distance from a line, negative for a point behind the line's given point along its direction;
+/// 0 for a point on the given point.
+// CONTRACT: the sign tells ahead or behind along the line, not a side of it.
+struct LineDeviation {
+  AxisLine axis;
+
+  ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z) const {
+    const double qx = x - axis.px;
+    const double qy = y - axis.py;
+    const double qz = z - axis.pz;
+    const double distance = std::sqrt(axis.distanceSquared(qx, qy, qz));
+    const double deviation = axis.along(qx, qy, qz) < 0 ? -distance : distance;
+    return orOnAxisPoint(qx, qy, qz, 0.0, deviation);
+  }
+};
+
+/// What a cylinder does with a point on its axis point.
+enum class NearPoint {
+  OnTheAxis,  ///< its distance from the axis counts as 0: XGeoTolrance
+  Measured,   ///< like any other: damped cylinder fit
+};
+
+/// The distance from the axis less the radius.
+// CONTRACT: near the axis' given point the deviation is minus the radius, however small that is.
+template <NearPoint Rule>
+struct CylinderDeviation {
+  AxisLine axis;
+  double r;
+
+  static CylinderDeviation of(const double* cylinder) {
+    return {AxisLine::of(cylinder), cylinder[6]};
+  }
+  ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z) const {
+    const double qx = x - axis.px;
+    const double qy = y - axis.py;
+    const double qz = z - axis.pz;
+    const double distance = std::sqrt(axis.distanceSquared(qx, qy, qz));
+    if constexpr (Rule == NearPoint::Measured) {
+      return distance - r;
+    } else {
+      return orOnAxisPoint(qx, qy, qz, 0.0, distance) - r;
+    }
+  }
+};
 
 /// Squared distance to an axis; a point on the axis point counts 0.
 struct AxisDistanceSquared {

@@ -4,19 +4,18 @@
 
 #include <cmath>
 
-#include "zelmo/internal/deviation_statistics.h"
+#include "zelmo/internal/residuals.h"
 #include "zelmo/measure/internal/direction_angle.h"
 
 namespace xgeomeasure {
 namespace {
 
+using zelmo::internal::AxisLine;
+using zelmo::internal::PlaneDeviation;
+using zelmo::internal::SphereDeviation;
+
 // A point this close to the line's point in each coordinate counts as lying on the line.
 constexpr double kOnLinePoint = 0.001;
-
-struct Wide {
-  double x, y, z;
-  explicit Wide(const float* p) : x(p[0]), y(p[1]), z(p[2]) {}
-};
 
 double degreesBetween(const float* u, const float* v) {
   return zelmo::internal::angleBetween(u, v) * 180.0 / CV_PI;
@@ -26,27 +25,24 @@ double degreesBetween(const float* u, const float* v) {
 
 double XGeoDimension::calcDistance_Point2Point(const float* const first,
                                                const float* const second) {
-  const Wide to(second);
-  return zelmo::internal::SphereDeviation{to.x, to.y, to.z, 0.0}(first[0], first[1], first[2]);
+  return SphereDeviation{second[0], second[1], second[2], 0.0}(first[0], first[1], first[2]);
 }
 
 double XGeoDimension::calcDistance_Point2Line(const float* const point, const float* const line) {
-  const Wide p(point);
-  const Wide o(line);
-  const Wide d(line + 3);
+  const AxisLine axis{line[0], line[1], line[2], line[3], line[4], line[5]};
+  const double qx = point[0] - axis.px;
+  const double qy = point[1] - axis.py;
+  const double qz = point[2] - axis.pz;
   // CONTRACT: near the line's point the distance is 0, also for a point off the line.
-  if (std::fabs(p.x - o.x) < kOnLinePoint && std::fabs(p.y - o.y) < kOnLinePoint &&
-      std::fabs(p.z - o.z) < kOnLinePoint) {
-    return 0.0;
-  }
+  if (zelmo::internal::isOnAxisPoint(qx, qy, qz, kOnLinePoint)) return 0.0;
   // CONTRACT: the direction is not made unit; its length scales the result.
-  return zelmo::internal::AxisOffset{o.x, o.y, o.z, d.x, d.y, d.z}.distance(p.x, p.y, p.z);
+  return std::sqrt(axis.distanceSquared(qx, qy, qz));
 }
 
 double XGeoDimension::calcDistance_Point2Plane(const float* const point, const float* const plane) {
   const double on[3] = {plane[0], plane[1], plane[2]};
   const double normal[3] = {plane[3], plane[4], plane[5]};
-  const auto deviation = zelmo::internal::PlaneDeviation::through(on, normal);
+  const auto deviation = PlaneDeviation::through(on, normal);
   return std::fabs(deviation(point[0], point[1], point[2]));
 }
 

@@ -11,7 +11,7 @@
 
 namespace xgeomeasure {
 
-using zelmo::internal::AxisOffset;
+using zelmo::internal::AxisLine;
 using zelmo::internal::bandWidth;
 using zelmo::internal::CircleDeviation;
 using zelmo::internal::countingExtremes;
@@ -35,7 +35,7 @@ std::array<double, 6> joined(const double* position, const double* direction) {
   return {position[0], position[1], position[2], direction[3], direction[4], direction[5]};
 }
 
-LineDeviation fromLine(const double* line) { return {AxisOffset::of(line)}; }
+LineDeviation fromLine(const double* line) { return {AxisLine::of(line)}; }
 
 template <typename Points, typename Deviation>
 void writeStatistics(const Points& points, const Deviation& from, double* statistics,
@@ -120,8 +120,8 @@ double XGeoTolrance::calcCircularity(const std::vector<cv::Point3_<float>>& poin
 double XGeoTolrance::calcCircularity2D(const float* points, const int& count, const double& centerX,
                                        const double& centerY, const double& radius,
                                        bool useSigmaBand, double sigmaFactor) {
-  const PlanarView view(points, count);
-  return bandWidth(countingExtremes(view, CircleDeviation{centerX, centerY, radius},
+  return bandWidth(countingExtremes(PlanarView(points, count),
+                                    CircleDeviation{centerX, centerY, radius},
                                     sigmaFactorIf(useSigmaBand, sigmaFactor)));
 }
 

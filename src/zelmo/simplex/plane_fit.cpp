@@ -20,19 +20,19 @@ namespace {
 constexpr std::size_t kDimension = 4;
 constexpr int kMaxIterations = 10000;
 
-ZELMO_MULTIVERSION double absSum(const PointView& points, const PlaneResidual& plane) {
+ZELMO_MULTIVERSION double absSum(const PointView& points, const PlaneDeviation& plane) {
   return foldAbsSum(points, plane);
 }
-ZELMO_MULTIVERSION double maxAbs(const PointView& points, const PlaneResidual& plane) {
+ZELMO_MULTIVERSION double maxAbs(const PointView& points, const PlaneDeviation& plane) {
   return foldMaxAbs(points, plane);
 }
 
-PlaneResidual planeOf(const gsl_vector* v) {
+PlaneDeviation planeOf(const gsl_vector* v) {
   const auto p = valuesOf<kDimension>(v);
   return {p[0], p[1], p[2], p[3]};
 }
 
-double normalLength(const PlaneResidual& plane) {
+double normalLength(const PlaneDeviation& plane) {
   return std::sqrt(plane.a * plane.a + plane.b * plane.b + plane.c * plane.c);
 }
 
@@ -41,12 +41,12 @@ double normalLength(const PlaneResidual& plane) {
 XPlaneFit::XPlaneFit() : m_simplex(kDimension, kMaxIterations, Distance_LeastAbsDev) {}
 
 double XPlaneFit::Distance_LeastAbsDev(const gsl_vector* v, void* params) {
-  const PlaneResidual plane = planeOf(v);
+  const PlaneDeviation plane = planeOf(v);
   return absSum(*static_cast<const PointView*>(params), plane) / normalLength(plane);
 }
 
 double XPlaneFit::Chebyshev_MaxDistance(const gsl_vector* v, void* params) {
-  const PlaneResidual plane = planeOf(v);
+  const PlaneDeviation plane = planeOf(v);
   return maxAbs(*static_cast<const PointView*>(params), plane) / normalLength(plane);
 }
 

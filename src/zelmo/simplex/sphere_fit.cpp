@@ -15,14 +15,14 @@ namespace {
 constexpr std::size_t kDimension = 4;
 constexpr int kMaxIterations = 10000;
 
-ZELMO_MULTIVERSION double absSum(const PointView& points, const SphereResidual& sphere) {
+ZELMO_MULTIVERSION double absSum(const PointView& points, const SphereDeviation& sphere) {
   return foldAbsSum(points, sphere);
 }
-ZELMO_MULTIVERSION double maxAbs(const PointView& points, const SphereResidual& sphere) {
+ZELMO_MULTIVERSION double maxAbs(const PointView& points, const SphereDeviation& sphere) {
   return foldMaxAbs(points, sphere);
 }
 
-SphereResidual sphereOf(const gsl_vector* v) {
+SphereDeviation sphereOf(const gsl_vector* v) {
   const auto p = valuesOf<kDimension>(v);
   return {p[0], p[1], p[2], p[3]};
 }

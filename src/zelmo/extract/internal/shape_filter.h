@@ -11,8 +11,8 @@
 
 #include <cmath>
 
-#include "zelmo/internal/deviation_statistics.h"
 #include "zelmo/internal/lanes.h"
+#include "zelmo/internal/residuals.h"
 
 namespace zelmo::internal {
 
@@ -38,18 +38,17 @@ ZELMO_ALWAYS_INLINE float dotInFloat(const float* a, const float* b) {
 /// The square of the distance from a point to a line whose direction is taken as it is, not made
 /// unit. Less than 0.001 off the line's point in every coordinate, the distance counts as 0.
 struct LineDistance {
-  AxisOffset axis;
+  AxisLine axis;
 
   static LineDistance through(const float* point, const float* direction) {
     return {{point[0], point[1], point[2], direction[0], direction[1], direction[2]}};
   }
   ZELMO_ALWAYS_INLINE double squared(double x, double y, double z) const {
     constexpr double kOnLinePoint = 0.001;
-    const double square = axis.squaredDistance(x, y, z);
-    // Three selections instead of one condition: a branch would keep the loop scalar.
-    const double by_z = std::fabs(z - axis.oz) < kOnLinePoint ? 0.0 : square;
-    const double by_y = std::fabs(y - axis.oy) < kOnLinePoint ? by_z : square;
-    return std::fabs(x - axis.ox) < kOnLinePoint ? by_y : square;
+    const double qx = x - axis.px;
+    const double qy = y - axis.py;
+    const double qz = z - axis.pz;
+    return orOnAxisPoint(qx, qy, qz, 0.0, axis.distanceSquared(qx, qy, qz), kOnLinePoint);
   }
 };
 
@@ -143,7 +142,8 @@ struct WallShape {
   double half_height;
 
   ZELMO_ALWAYS_INLINE int inside(float x, float y, float z) const {
-    const double along = cylinder.line.axis.along(x, y, z);
+    const AxisLine& axis = cylinder.line.axis;
+    const double along = axis.along(x - axis.px, y - axis.py, z - axis.pz);
     return cylinder.inside(x, y, z) & static_cast<int>(std::fabs(along) <= half_height);
   }
   ZELMO_ALWAYS_INLINE bool normalFits(const float* m, const float* p) const {

@@ -33,13 +33,13 @@ ZELMO_ALWAYS_INLINE void laneResiduals(const float* p, int count, const Deviatio
 
 }  // namespace
 
-AxisOffset unitAxis(const double* point_and_direction) {
-  AxisOffset axis = AxisOffset::of(point_and_direction);
-  const double length = std::sqrt(axis.dx * axis.dx + axis.dy * axis.dy + axis.dz * axis.dz);
+AxisLine unitAxis(const double* point_and_direction) {
+  AxisLine axis = AxisLine::of(point_and_direction);
+  const double length = std::sqrt(axis.ux * axis.ux + axis.uy * axis.uy + axis.uz * axis.uz);
   const double scale = length == 0.0 ? 0.0 : 1.0 / length;
-  axis.dx *= scale;
-  axis.dy *= scale;
-  axis.dz *= scale;
+  axis.ux *= scale;
+  axis.uy *= scale;
+  axis.uz *= scale;
   return axis;
 }
 

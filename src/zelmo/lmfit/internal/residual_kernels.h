@@ -13,18 +13,21 @@ namespace zelmo::internal {
 
 /// Distance from a point to a cone's mantle, taken square to the axis.
 struct ConeDeviation {
-  AxisOffset axis;
+  AxisLine axis;
   double slope;  ///< tangent of the half angle
 
   ZELMO_ALWAYS_INLINE double operator()(double x, double y, double z) const {
+    const double qx = x - axis.px;
+    const double qy = y - axis.py;
+    const double qz = z - axis.pz;
     // CONTRACT: the cone's radius at the point's height is rounded to float, the distance is not.
-    const float radius = static_cast<float>(std::fabs(axis.along(x, y, z)) * slope);
-    return axis.distance(x, y, z) - radius;
+    const float radius = static_cast<float>(std::fabs(axis.along(qx, qy, qz)) * slope);
+    return std::sqrt(axis.distanceSquared(qx, qy, qz)) - radius;
   }
 };
 
 /// The direction made unit, or zero when its length is 0.
-AxisOffset unitAxis(const double* point_and_direction);
+AxisLine unitAxis(const double* point_and_direction);
 
 void storeResiduals(const PointView& points, const PlaneDeviation& from, double* out);
 void storeResiduals(const PointView& points, const SphereDeviation& from, double* out);
