@@ -16,12 +16,14 @@
 #include "listing.h"
 #include "made_part.h"
 #include "measure.h"
+#include "mesh_section.h"
 #include "nominal.h"
 #include "options.h"
 #include "output_folder.h"
 #include "report.h"
 #include "scan.h"
 #include "tolerances.h"
+#include "tube.h"
 
 namespace inspect {
 namespace {
@@ -107,6 +109,22 @@ int measure(const Options& options) {
                 "no feature could be measured: do the model and the scan lie in one frame, in mm?");
 }
 
+/// The modes that write files and measure no part.
+int produce(const Options& options,
+            std::string (*work)(const OutputFolder&, const Options&, Progress&)) {
+  endPolitelyOnSignals();
+  OutputFolder folder(options.output);
+  const Outcome outcome = doGuarded([&](Progress& progress, std::string& text) {
+    const OutputAside aside(options.verbose ? "" : folder.pathFor("library.log"));
+    text = work(folder, options, progress);
+    return kDone;
+  });
+  if (!outcome.whole) return outcome.code;
+  folder.commit();
+  print(outcome.text + "Results in " + options.output + "\n");
+  return outcome.code;
+}
+
 int run(int argc, const char* const* argv) {
   const Options options = parseOptions(argc, argv);
   switch (options.task) {
@@ -118,6 +136,10 @@ int run(int argc, const char* const* argv) {
       return kDone;
     case Options::Task::List:
       return list(options);
+    case Options::Task::Section:
+      return produce(options, sectionInto);
+    case Options::Task::Tube:
+      return produce(options, tubeInto);
     default:
       return measure(options);
   }

@@ -69,6 +69,7 @@ class Arguments {
 struct Parsed {
   Options options;
   bool list = false;
+  bool tube = false;
   bool simulate = false;
 };
 
@@ -88,6 +89,9 @@ bool readValueOption(Arguments& arguments, Options& options) {
     options.tolerance = numberIn(word, arguments.value(), 0.0, 1e3);
   } else if (word == "--points") {
     options.points = static_cast<int>(numberIn(word, arguments.value(), 1.0, kMostPoints));
+  } else if (word == "--section") {
+    options.section = arguments.value();
+    if (options.section.empty()) refuse("--section needs a plane a,b,c,d");
   } else if (word == "--noise") {
     options.noise = numberIn(word, arguments.value(), 0.0, 1e3);
   } else {
@@ -107,6 +111,8 @@ bool readFlag(const Arguments& arguments, Parsed& parsed) {
     parsed.options.verbose = true;
   } else if (word == "--list") {
     parsed.list = true;
+  } else if (word == "--tube") {
+    parsed.tube = true;
   } else if (word == "--simulate") {
     parsed.simulate = true;
   } else {
@@ -116,8 +122,24 @@ bool readFlag(const Arguments& arguments, Parsed& parsed) {
   return true;
 }
 
+/// \return whether it is something else than a measurement of a part
+bool chooseOtherTask(Parsed& parsed) {
+  Options& options = parsed.options;
+  const bool section = !options.section.empty();
+  if (!parsed.tube && !section) return false;
+  if (parsed.list || parsed.simulate || (parsed.tube && section)) {
+    refuse("--list, --simulate, --section and --tube exclude one another");
+  }
+  if (parsed.tube && !options.model.empty())
+    refuse("--tube makes its tube itself, and takes no file");
+  if (section && !options.scan.empty()) refuse("--section takes one file: a mesh or a model");
+  options.task = section ? Options::Task::Section : Options::Task::Tube;
+  return true;
+}
+
 void chooseTask(Parsed& parsed) {
   Options& options = parsed.options;
+  if (chooseOtherTask(parsed)) return;
   if (parsed.list) {
     if (options.model.empty()) refuse("--list needs a model");
     if (!options.scan.empty() || parsed.simulate) refuse("--list takes a model and nothing else");
@@ -172,6 +194,8 @@ const char* helpText() {
   inspect MODEL SCAN [-o OUT]      measure your part
   inspect MODEL --simulate         measure a scan that is simulated from your model
   inspect --list MODEL             list what the model contains, measure nothing
+  inspect --section A,B,C,D [FILE] cut a mesh with a plane
+  inspect --tube                   trace the centre line of a bent tube that the program makes
 
 MODEL  a STEP or IGES file; its content decides which, its extension helps.
 SCAN   a text file, one point per line: x y z nx ny nz. The normal points out of the material.
@@ -182,6 +206,9 @@ Every plane, sphere, cylinder and cone of the model is a feature; faces of one g
 same outer side are taken together. A feature's points are picked out of the scan and the feature
 is fitted to them; points outside the sigma band are dropped and it is fitted again, until none is
 outside.
+
+The section is that of the plane A x + B y + C z + D = 0 through an STL or OFF mesh, a model's
+mesh, or the made part's where no FILE is named: --section 0,0,1,-20 cuts at z = 20.
 
   -o, --output OUT   folder for the results (default: out)
   --band MM          pick points up to MM off the nominal surface (default: 0.5)
@@ -227,10 +254,12 @@ Results in OUT
   library.log        what the library and the CAD kernel printed
   part.step          the model, where the program made it
   scan.xyz           the scan, where the program simulated it
+  section.txt, section.svg   the segments of a section, loop by loop, and a drawing of them
+  centerline.csv     the traced centre line of the tube, with its distance from the true one
 The files appear together at the end, or none does.
 
 Exit status
-  0 measured   1 no feature could be measured   2 bad command line   3 bad model
+  0 done       1 nothing could be measured or cut  2 bad command line   3 bad model
   4 bad scan   5 output can't be written        6 unexpected failure     130 interrupted
 )";
 }

@@ -8,7 +8,16 @@ namespace inspect {
 
 /// What the user asked for.
 struct Options {
-  enum class Task { MeasureMadePart, MeasureScan, MeasureSimulatedScan, List, Help, Version };
+  enum class Task {
+    MeasureMadePart,
+    MeasureScan,
+    MeasureSimulatedScan,
+    List,
+    Section,
+    Tube,
+    Help,
+    Version
+  };
 
   Task task = Task::MeasureMadePart;
   std::string model;
@@ -21,6 +30,7 @@ struct Options {
       0.1;  ///< mm: what form, orientation and location may be off, and sizes either way
   int points = 400000;  ///< of a simulated scan
   double noise = 0.01;  ///< mm: standard deviation of a simulated scan
+  std::string section;  ///< a,b,c,d of the plane to cut with
   bool verbose = false;
 };
 

@@ -374,8 +374,9 @@ TEST_F(WithFiles, AModelIsListed) {
   EXPECT_EQ(run.code, 0) << run.err;
   EXPECT_EQ(run.err, "");
   for (const char* line :
-       {"45 faces: 30 planes, 1 sphere, 10 cylinders, 1 cone; 0 faces of no such kind\n",
-        "inner outlines: 1 slot, 1 rectangle, ",
+       {"45 faces: 45 make up 30 planes, 1 sphere, 10 cylinders, 1 cone; 0 not recognised\n",
+        "10 inner outlines: 7 circles, 1 slot, 1 rectangle, 0 round grooves, 1 not recognised\n",
+        "3 round holes\n", "24.000    40.000  through", "14.000    10.000  blind",
         "slot 1              40.000    20.000    40.000"}) {
     EXPECT_THAT(run.out, HasSubstr(line));
   }

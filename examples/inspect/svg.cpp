@@ -1,0 +1,132 @@
+// SPDX-FileCopyrightText: LibZelmo contributors
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "svg.h"
+
+#include <cmath>
+
+#include "numbers.h"
+
+namespace inspect {
+namespace {
+
+// Rules that all pictures share: the page and its lettering.
+constexpr const char* kRules =
+    "text{font-family:Helvetica,Arial,'DejaVu Sans',sans-serif;fill:#1f2933}"
+    ".page{fill:#ffffff}"
+    ".title{font-size:17px;font-weight:bold}"
+    ".note{font-size:12px;fill:#52606d}";
+constexpr const char* kDarkRules =
+    "text{fill:#e4e7eb}"
+    ".page{fill:#14181d}"
+    ".note{fill:#9aa5b1}";
+
+std::string number(double value) { return plain(value, 2); }
+
+std::string place(const cv::Point2d& point) { return number(point.x) + " " + number(point.y); }
+
+std::string withClass(const std::string& name) {
+  return name.empty() ? name : " class=\"" + name + "\"";
+}
+
+std::string escaped(const std::string& words) {
+  std::string text;
+  for (const char c : words) {
+    if (c == '&') {
+      text += "&amp;";
+    } else if (c == '<') {
+      text += "&lt;";
+    } else if (c == '>') {
+      text += "&gt;";
+    } else if (static_cast<unsigned char>(c) < ' ') {
+      text += ' ';
+    } else {
+      text += c;
+    }
+  }
+  return text;
+}
+
+std::string stroke(const Outline& points, bool closed) {
+  std::string text;
+  for (const cv::Point2d& point : points) text += (text.empty() ? "M" : " ") + place(point);
+  return text + (closed ? "Z" : "");
+}
+
+}  // namespace
+
+double roundStep(double least) {
+  if (!(least > 0.0) || !std::isfinite(least)) return 1.0;
+  const double power = std::pow(10.0, std::floor(std::log10(least)));
+  for (const double step : {1.0, 2.0, 5.0}) {
+    if (step * power >= least * (1.0 - 1e-9)) return step * power;
+  }
+  return 10.0 * power;
+}
+
+std::string plain(double value, int most_decimals) {
+  std::string text = fixed(value, most_decimals, 0);
+  if (text.find('.') == std::string::npos) return text;
+  while (text.back() == '0') text.pop_back();
+  if (text.back() == '.') text.pop_back();
+  return text;
+}
+
+Svg::Svg(double width, double height, const std::string& title)
+    : m_width(width), m_height(height), m_title(title), m_rules(kRules), m_dark_rules(kDarkRules) {}
+
+void Svg::style(const std::string& rules, const std::string& dark_rules) {
+  m_rules += rules;
+  m_dark_rules += dark_rules;
+}
+
+void Svg::open(const std::string& name) { m_body += "<g" + withClass(name) + ">\n"; }
+
+void Svg::close() { m_body += "</g>\n"; }
+
+void Svg::path(const Outline& points, bool closed, const std::string& name) {
+  m_body += "<path" + withClass(name) + " d=\"" + stroke(points, closed) + "\"/>\n";
+}
+
+void Svg::area(const std::vector<Outline>& loops, const std::string& name) {
+  m_body += "<path" + withClass(name) + " fill-rule=\"evenodd\" d=\"";
+  for (const Outline& loop : loops) m_body += stroke(loop, true);
+  m_body += "\"/>\n";
+}
+
+void Svg::line(const cv::Point2d& from, const cv::Point2d& to, const std::string& name) {
+  path({from, to}, false, name);
+}
+
+void Svg::circle(const cv::Point2d& center, double radius, const std::string& name) {
+  m_body += "<circle" + withClass(name) + " cx=\"" + number(center.x) + "\" cy=\"" +
+            number(center.y) + "\" r=\"" + number(radius) + "\"/>\n";
+}
+
+void Svg::rectangle(const cv::Rect2d& box, const std::string& name) {
+  m_body += "<rect" + withClass(name) + " x=\"" + number(box.x) + "\" y=\"" + number(box.y) +
+            "\" width=\"" + number(box.width) + "\" height=\"" + number(box.height) + "\"/>\n";
+}
+
+void Svg::patch(const Outline& points, const std::string& colour) {
+  // The stroke closes the hairlines that would show between neighbours.
+  m_body += "<path fill=\"" + colour + "\" stroke=\"" + colour + "\" d=\"" + stroke(points, true) +
+            "\"/>\n";
+}
+
+void Svg::text(const cv::Point2d& at, const std::string& words, const std::string& anchor,
+               const std::string& name) {
+  m_body += "<text" + withClass(name) + " x=\"" + number(at.x) + "\" y=\"" + number(at.y) + "\"" +
+            (anchor == "start" ? "" : " text-anchor=\"" + anchor + "\"") + ">" + escaped(words) +
+            "</text>\n";
+}
+
+std::string Svg::done() const {
+  return "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + number(m_width) + "\" height=\"" +
+         number(m_height) + "\" viewBox=\"0 0 " + number(m_width) + " " + number(m_height) +
+         "\">\n<title>" + escaped(m_title) + "</title>\n<style>\n" + m_rules +
+         "\n@media (prefers-color-scheme:dark){" + m_dark_rules +
+         "}\n</style>\n<rect class=\"page\" width=\"" + number(m_width) + "\" height=\"" +
+         number(m_height) + "\"/>\n" + m_body + "</svg>\n";
+}
+
+}  // namespace inspect

@@ -1,0 +1,54 @@
+// SPDX-FileCopyrightText: LibZelmo contributors
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <opencv2/core/types.hpp>
+
+namespace inspect {
+
+using Outline = std::vector<cv::Point2d>;
+
+/// A drawing in SVG, y downwards, lengths in pixels. Its colours come from classes, so that it can
+/// look right on a light and on a dark page; the same calls give the same text.
+class Svg {
+ public:
+  Svg(double width, double height, const std::string& title);
+
+  /// Adds style rules; \p dark_rules hold where the page is dark, over \p rules.
+  void style(const std::string& rules, const std::string& dark_rules);
+
+  /// Starts a group that gives its elements a class; ends the last one.
+  void open(const std::string& name);
+  void close();
+
+  /// A line through points; a closed one is filled where its class says so.
+  void path(const Outline& points, bool closed, const std::string& name = "");
+  /// Several closed lines as one area, with holes where they lie in one another.
+  void area(const std::vector<Outline>& loops, const std::string& name);
+  void line(const cv::Point2d& from, const cv::Point2d& to, const std::string& name);
+  void circle(const cv::Point2d& center, double radius, const std::string& name);
+  void rectangle(const cv::Rect2d& box, const std::string& name);
+  /// A closed line with a colour of its own, "#rrggbb".
+  void patch(const Outline& points, const std::string& colour);
+  /// \param anchor "start", "middle" or "end"
+  void text(const cv::Point2d& at, const std::string& words, const std::string& anchor,
+            const std::string& name);
+
+  /// The whole file.
+  std::string done() const;
+
+ private:
+  double m_width, m_height;
+  std::string m_title, m_rules, m_dark_rules, m_body;
+};
+
+/// A round step of 1, 2 or 5 times a power of ten, at least \p least.
+double roundStep(double least);
+
+/// The number without zeros at the end.
+std::string plain(double value, int most_decimals);
+
+}  // namespace inspect

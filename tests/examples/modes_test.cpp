@@ -1,0 +1,172 @@
+// SPDX-FileCopyrightText: LibZelmo contributors
+// SPDX-License-Identifier: GPL-3.0-or-later
+
+// What the sample host does beside measuring a part: sections, a tube.
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "inspect_run.h"
+
+namespace zelmo::test {
+namespace {
+
+using testing::HasSubstr;
+
+/// A box of 4 x 3 x 2 with a shaft of 2 x 1 through it along z, as an OFF file of quadrilaterals.
+const char* const kFrame = R"(OFF # comment
+16 16 0
+0 0 0  4 0 0  4 3 0  0 3 0   1 1 0  3 1 0  3 2 0  1 2 0
+0 0 2  4 0 2  4 3 2  0 3 2   1 1 2  3 1 2  3 2 2  1 2 2
+4 0 1 9 8
+4 1 2 10 9
+4 2 3 11 10
+4 3 0 8 11
+4 5 4 12 13
+4 6 5 13 14
+4 7 6 14 15
+4 4 7 15 12 255 0 0
+4 1 0 4 5
+4 2 1 5 6
+4 3 2 6 7
+4 0 3 7 4
+4 8 9 13 12
+4 9 10 14 13
+4 10 11 15 14
+4 11 8 12 15
+)";
+
+/// The same triangles as an STL file in text, and as a binary one.
+struct Stl {
+  std::string text = "solid frame\n", binary = std::string(80, 's');
+};
+
+Stl stlOf(const std::string& off) {
+  std::istringstream in(off.substr(off.find('\n')));
+  std::size_t vertices = 0, faces = 0;
+  std::string skipped;
+  in >> vertices >> faces >> skipped;
+  std::vector<float> v(3 * vertices);
+  for (float& value : v) in >> value;
+  Stl stl;
+  std::string body;
+  for (std::size_t i = 0; i < faces; ++i) {
+    std::size_t count = 0, ring[4];
+    in >> count;
+    for (std::size_t& corner : ring) in >> corner;
+    std::getline(in, skipped);
+    for (const auto& triangle : {std::array{0, 1, 2}, std::array{0, 2, 3}}) {
+      stl.text += "facet normal 0 0 0\nouter loop\n";
+      body.append(12, '\0');
+      for (const int corner : triangle) {
+        const float* point = &v[3 * ring[corner]];
+        stl.text += "vertex";
+        for (int k = 0; k < 3; ++k) stl.text += " " + std::to_string(point[k]);
+        stl.text += "\n";
+        body.append(reinterpret_cast<const char*>(point), 12);  // NOLINT: bytes of a file
+      }
+      stl.text += "endloop\nendfacet\n";
+      body.append(2, '\0');
+    }
+  }
+  stl.text += "endsolid frame\n";
+  const auto triangles = static_cast<std::uint32_t>(2 * faces);
+  stl.binary.append(reinterpret_cast<const char*>(&triangles), 4);  // NOLINT: bytes of a file
+  stl.binary += body;
+  return stl;
+}
+
+TEST_F(Inspect, AMeshIsCutTheSameInEveryForm) {
+  const Stl stl = stlOf(kFrame);
+  write("frame.off", kFrame);
+  write("text.stl", stl.text);
+  write("binary.STL", stl.binary);
+  for (const char* name : {"frame.off", "text.stl", "binary.STL"}) {
+    SCOPED_TRACE(name);
+    // The plane is given with a normal of length 2.
+    const Finished level = inspect(std::string("--section 0,0,2,-1.5 -o level ") + name);
+    EXPECT_EQ(level.code, 0) << level.err;
+    EXPECT_THAT(level.out, HasSubstr("z = 0.75: 16 segments of 32 triangles"));
+    EXPECT_THAT(level.out,
+                HasSubstr("2 loops, 0 open chains, length 20.0000 mm, area 10.0000 mm2\n"));
+    const Finished across = inspect(std::string("--section=1,0,0,-2 -o across ") + name);
+    EXPECT_THAT(across.out,
+                HasSubstr("2 loops, 0 open chains, length 12.0000 mm, area 4.0000 mm2\n"));
+  }
+  // Every segment of the text lies in the plane; a comment heads every loop.
+  std::istringstream lines(contentOf(at("across/section.txt")));
+  double length = 0.0;
+  for (std::string line; std::getline(lines, line);) {
+    double a[3], b[3];
+    std::istringstream ends(line);
+    if (!(ends >> a[0] >> a[1] >> a[2] >> b[0] >> b[1] >> b[2])) continue;
+    EXPECT_EQ(a[0], 2.0);
+    EXPECT_EQ(b[0], 2.0);
+    length += std::hypot(b[1] - a[1], b[2] - a[2]);
+  }
+  EXPECT_NEAR(length, 12.0, 1e-5);
+  EXPECT_THAT(contentOf(at("across/section.svg")), HasSubstr("fill-rule=\"evenodd\""));
+}
+
+TEST_F(Inspect, BadSectionsAreNamed) {
+  write("frame.off", kFrame);
+  write("short.stl", stlOf(kFrame).binary.substr(0, 500));
+  write("cut.stl", stlOf(kFrame).text.substr(0, 500));
+  write("wrong.off", "OFF\n3 1 0\n0 0 0 1 0 0 0 1 0\n3 0 1 3\n");
+  write("word.off", "OFF\n3 1 0\n0 0 0 1 x 0 0 1 0\n3 0 1 2\n");
+  write("none.off", "OFF\n0 0 0\n");
+  const struct {
+    const char* arguments;
+    int code;
+    const char* message;
+  } kRows[] = {
+      {"--section", 2, "missing"},
+      {"--section 0,0,1 frame.off", 2, "wants a plane"},
+      {"--section 0,0,0,1 frame.off", 2, "wants a plane"},
+      {"--section 0,0,1,nan frame.off", 2, "wants a plane"},
+      {"--section 0,0,1,0,7 frame.off", 2, "wants a plane"},
+      {"--section 0,0,1,0 frame.off b", 2, "one file"},
+      {"--section 0,0,1,0 --tube", 2, "exclude"},
+      {"--tube frame.off", 2, "no file"},
+      {"--section 0,0,1,0 missing.stl", 3, "no such mesh"},
+      {"--section 0,0,1,0 short.stl", 3, "32 triangles has 1684 bytes; this one has 500"},
+      {"--section 0,0,1,0 cut.stl", 3, "line "},
+      {"--section 0,0,1,0 wrong.off", 3, "line 4: wanted is a number from 0 to 2, found is '3'"},
+      {"--section 0,0,1,0 word.off", 3, "line 3: wanted is a number, found is 'x'"},
+      {"--section 0,0,1,0 none.off", 3, "no triangles"},
+      {"--section 0,0,1,-9 frame.off", 1, "z = 9 meets none of the 32 triangles"},
+  };
+  for (const auto& row : kRows) {
+    const Finished run = inspect(row.arguments);
+    EXPECT_EQ(run.code, row.code) << row.arguments;
+    EXPECT_THAT(run.err, HasSubstr(row.message)) << row.arguments;
+    EXPECT_EQ(run.out, "");
+  }
+}
+
+TEST_F(Inspect, ATubeIsTraced) {
+  const Finished run = inspect("--tube --points 60000 --noise 0.02");
+  ASSERT_EQ(run.code, 0) << run.err;
+  const std::vector<Row> rows = rowsOf(at("out/centerline.csv"));
+  ASSERT_GT(rows.size(), 60U);
+  for (std::size_t i = 1; i < rows.size(); ++i) {
+    const double x = number(rows[i][1]), y = number(rows[i][2]), along = number(rows[i][4]);
+    if (along > 316.6) continue;  // beyond the end
+    EXPECT_LT(number(rows[i][5]), 0.3) << i;
+    // The first straight runs along x, the first bend about (50, 40, 0) by a quarter turn.
+    const double off = along < 50.0    ? std::hypot(y, number(rows[i][3]))
+                       : along < 112.0 ? std::hypot(x - 50.0, y - 40.0) - 40.0
+                                       : 0.0;
+    EXPECT_NEAR(off, 0.0, 0.3) << i;
+  }
+  EXPECT_GT(number(rows.back()[4]), 310.0) << "the end of the tube";
+}
+
+}  // namespace
+}  // namespace zelmo::test
