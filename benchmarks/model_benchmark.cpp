@@ -5,6 +5,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <utility>
 
 #include <BRepAdaptor_Surface.hxx>
 #include <STEPControl_Reader.hxx>
@@ -62,12 +63,23 @@ TopoDS_Shape scatteredModel(int faces) {
   return zelmo::test::together(solids);
 }
 
-/// The model, its file and what OpenCASCADE's reader needs for it, made once per size.
+/// A row of boxes between the same four planes: records that share all but one coordinate.
+TopoDS_Shape rowModel(int faces) {
+  std::vector<TopoDS_Shape> solids;
+  for (int count = 0; count < faces; count += 6) {
+    solids.push_back(BRepPrimAPI_MakeBox(gp_Pnt(0, count, 0), 4, 3, 5).Shape());
+  }
+  return zelmo::test::together(solids);
+}
+
+enum Layout { Scattered, Row };
+
+/// The model, its file and what OpenCASCADE's reader needs for it, made once per size and layout.
 struct Sample {
-  explicit Sample(int faces) : path((folder.path() / "model.stp").string()) {
+  Sample(int faces, Layout layout) : path((folder.path() / "model.stp").string()) {
     const SilentOutput silent;
     STEPControl_Writer writer;
-    writer.Transfer(scatteredModel(faces), STEPControl_AsIs);
+    writer.Transfer(layout == Row ? rowModel(faces) : scatteredModel(faces), STEPControl_AsIs);
     writer.Write(path.c_str());
     XReadModel::readStepFile(path.data(), shape);
   }
@@ -77,9 +89,11 @@ struct Sample {
 };
 
 Sample& sampleOf(const benchmark::State& state) {
-  static std::map<int, std::unique_ptr<Sample>> samples;
-  auto& sample = samples[static_cast<int>(state.range(0))];
-  if (!sample) sample = std::make_unique<Sample>(static_cast<int>(state.range(0)));
+  static std::map<std::pair<int, int>, std::unique_ptr<Sample>> samples;
+  const auto faces = static_cast<int>(state.range(0));
+  const auto layout = static_cast<Layout>(state.range(1));
+  auto& sample = samples[{faces, layout}];
+  if (!sample) sample = std::make_unique<Sample>(faces, layout);
   return *sample;
 }
 
@@ -147,14 +161,15 @@ void BM_XModelFeature_getFaceInfo(benchmark::State& state) {
   }
 }
 
-BENCHMARK(BM_Occ_ReadStep)->ArgName("faces")->Arg(450)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_XReadModel_readStepFile)->ArgName("faces")->Arg(450)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_XModel3DFeature_get3DFeatureData)
-    ->ArgName("faces")
-    ->Arg(450)
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_XModelCurve_getCurveData)->ArgName("faces")->Arg(450)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Adaptor_FaceKinds)->ArgName("faces")->Arg(450)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_XModelFeature_getFaceInfo)->ArgName("faces")->Arg(450)->Unit(benchmark::kMillisecond);
+void models(benchmark::internal::Benchmark* b) {
+  b->ArgNames({"faces", "layout"})->Unit(benchmark::kMillisecond);
+  b->Args({450, Scattered})->Args({10000, Scattered})->Args({10000, Row});
+}
+BENCHMARK(BM_Occ_ReadStep)->Apply(models);
+BENCHMARK(BM_XReadModel_readStepFile)->Apply(models);
+BENCHMARK(BM_XModel3DFeature_get3DFeatureData)->Apply(models);
+BENCHMARK(BM_XModelCurve_getCurveData)->Apply(models);
+BENCHMARK(BM_Adaptor_FaceKinds)->Apply(models);
+BENCHMARK(BM_XModelFeature_getFaceInfo)->Apply(models);
 
 }  // namespace

@@ -67,6 +67,9 @@ class ZELMO_EXPORT XModelFeature {
   /// Whether an outline is a rectangle with rounded corners: eight edges, lines and arcs in turn, each
   /// ending where the next one starts.
   ///
+  /// \note A wire that is reversed as a whole has its edges in the other order and is refused. Such
+  ///     are many inner wires of faces that lie reversed in their solid, as a file reader makes them:
+  ///     a hole like that is not listed. Slots and rectangles are found in either order.
   /// \param[out] groove the outline; parts of it may be written when false is returned
   static bool isRoundGroove(const TopoDS_Wire& wire, XFRoundGroove3D& groove);
 

@@ -24,6 +24,8 @@ constexpr const char* kHeader =
 
 /// Columns counted from 1, as the header line counts them.
 enum Column {
+  kTag = 1,
+  kName = 2,
   kFirstPoint = 3,
   kSecondPoint = 6,
   kNormal = 9,
@@ -45,39 +47,35 @@ class Row {
     m_fields.fill("\"\"");
   }
 
-  void tag(const char* text) { m_tag = text; }
-  const char* tag() const { return m_tag; }
-  bool isEmpty() const { return m_tag == nullptr; }
+  bool isEmpty() const { return m_fields[0] == "\"\""; }
 
-  void text(int column, const char* value) { m_fields[indexOf(column)] = value; }
-  void number(int column, float value) { store(column, value); }
-  void number(int column, double value) { store(column, value); }
-  void triple(int column, const float* value) {
-    for (int i = 0; i < 3; ++i) store(column + i, value[i]);
+  Row& text(int column, const std::string& value) {
+    m_fields[static_cast<std::size_t>(column - 1)] = value;
+    return *this;
+  }
+  /// Prints a float as a float, a double as a double.
+  template <typename Value>
+  Row& number(int column, Value value) {
+    m_number.str(std::string());
+    m_number << value;
+    return text(column, m_number.str());
+  }
+  Row& triple(int column, const float* value) {
+    for (int i = 0; i < 3; ++i) number(column + i, value[i]);
+    return *this;
   }
 
   /// The row ends before its last field.
   void dropLastField() { --m_count; }
 
   void write(std::ostream& out) const {
-    for (std::size_t i = indexOf(kFirstPoint); i < m_count; ++i) {
-      out << m_fields[i] << (i + 1 < m_count ? ";" : "");
-    }
+    for (std::size_t i = 0; i < m_count; ++i) out << (i == 0 ? "" : ";") << m_fields[i];
+    out << "\n";
   }
 
  private:
-  static std::size_t indexOf(int column) { return static_cast<std::size_t>(column - 1); }
-
-  template <typename Value>
-  void store(int column, Value value) {
-    m_number.str(std::string());
-    m_number << value;
-    m_fields[indexOf(column)] = m_number.str();
-  }
-
   std::array<std::string, kColumns> m_fields;
   std::ostringstream m_number;
-  const char* m_tag = nullptr;
   std::size_t m_count = kColumns;
 };
 
@@ -86,96 +84,72 @@ struct FillRow {
   Row& row;
 
   void operator()(const xgeofeature::XFPoint& point) const {
-    row.tag("point;");
     const float xyz[3] = {point.x, point.y, point.z};
-    row.triple(kFirstPoint, xyz);
+    row.text(kTag, "point").triple(kFirstPoint, xyz);
   }
 
   void operator()(const xgeofeature::XFLine3D2& line) const {
-    row.tag("line;");
     const xgeofeature::XFLine3D ends = line;
-    row.triple(kFirstPoint, ends.start);
-    row.triple(kSecondPoint, ends.end);
-    row.triple(kDirection, line.dir);
-    row.number(kLength, line.length);
+    row.text(kTag, "line").triple(kFirstPoint, ends.start).triple(kSecondPoint, ends.end);
+    row.triple(kDirection, line.dir).number(kLength, line.length);
   }
 
   void operator()(const xgeofeature::XFPlane& plane) const {
-    row.tag("plane;");
-    row.triple(kFirstPoint, plane.center);
+    row.text(kTag, "plane").triple(kFirstPoint, plane.center).triple(kNormal, plane.normal);
+    row.number(kLength, plane.length).number(kWidth, plane.width);
     // CONTRACT: a plane's second point is truly empty, its orientation fixed, its last field missing.
     for (int i = 0; i < 3; ++i) row.text(kSecondPoint + i, "");
-    row.text(kOrientation, "-12.00");
-    row.dropLastField();
-    row.triple(kNormal, plane.normal);
-    row.number(kLength, plane.length);
-    row.number(kWidth, plane.width);
+    row.text(kOrientation, "-12.00").dropLastField();
   }
 
   void operator()(const xgeofeature::XFCircle3D& circle) const {
-    row.tag("circle;");
-    row.triple(kFirstPoint, circle.center);
-    row.triple(kNormal, circle.normal);
+    row.text(kTag, "circle").triple(kFirstPoint, circle.center).triple(kNormal, circle.normal);
     row.number(kRadius, circle.radius);
   }
 
   void operator()(const xgeofeature::XFSphere& sphere) const {
-    row.tag("sphere;");
-    row.triple(kFirstPoint, sphere.center);
-    row.number(kRadius, sphere.radius);
+    row.text(kTag, "sphere").triple(kFirstPoint, sphere.center).number(kRadius, sphere.radius);
   }
 
   void operator()(const xgeofeature::XFCylinder& cylinder) const {
-    row.tag("cylinder;");
-    row.triple(kFirstPoint, cylinder.base);
-    row.triple(kSecondPoint, cylinder.top);
-    row.triple(kDirection, cylinder.axis);
-    row.number(kLength, cylinder.height);
+    row.text(kTag, "cylinder")
+        .triple(kFirstPoint, cylinder.base)
+        .triple(kSecondPoint, cylinder.top);
+    row.triple(kDirection, cylinder.axis).number(kLength, cylinder.height);
     row.number(kRadius, cylinder.radius);
   }
 
   void operator()(const xgeofeature::XFCone& cone) const {
-    row.tag("cone;");
     // CONTRACT: the narrow end comes first, with the direction from there to the base.
-    row.triple(kFirstPoint, cone.top);
-    row.triple(kSecondPoint, cone.base);
-    for (int i = 0; i < 3; ++i) row.number(kDirection + i, -cone.axis[i]);
-    row.number(kRadius, cone.topRadius);
-    row.number(kSecondRadius, cone.baseRadius);
+    const float to_base[3] = {-cone.axis[0], -cone.axis[1], -cone.axis[2]};
+    row.text(kTag, "cone").triple(kFirstPoint, cone.top).triple(kSecondPoint, cone.base);
+    row.triple(kDirection, to_base);
+    row.number(kRadius, cone.topRadius).number(kSecondRadius, cone.baseRadius);
     row.number(kAngle, static_cast<double>(cone.halfAngle) / kPi * 180.0);
   }
 
   void operator()(const xgeofeature::XFOvalGroove3D& groove) const {
-    row.tag("slotted_hole;");
-    fillFlat(groove);
-    row.number(kLength, 2 * (groove.halfStraight + groove.radius));
-    row.number(kWidth, 2 * groove.radius);
+    fillHole("slotted_hole", groove, groove.halfStraight + groove.radius, groove.radius);
   }
 
   void operator()(const xgeofeature::XFRoundGroove3D& groove) const {
-    row.tag("rectangular_hole;");
-    fillFlat(groove);
-    row.number(kLength, 2 * groove.halfLength);
-    row.number(kWidth, 2 * groove.halfWidth);
+    fillHole("rectangular_hole", groove, groove.halfLength, groove.halfWidth);
     row.number(kEdgeRadius, groove.cornerRadius);
   }
 
   void operator()(const xgeofeature::XFRectangle3D& rectangle) const {
-    row.tag("rectangular_hole;");
-    fillFlat(rectangle);
-    row.number(kLength, 2 * rectangle.halfLength);
-    row.number(kWidth, 2 * rectangle.halfWidth);
+    fillHole("rectangular_hole", rectangle, rectangle.halfLength, rectangle.halfWidth);
     row.number(kEdgeRadius, 0.0F);
   }
 
   void operator()(const xgeofeature::XFPolyLine& /*line*/) const {}
 
  private:
-  template <typename Shape>
-  void fillFlat(const Shape& shape) const {
-    row.triple(kFirstPoint, shape.center);
-    row.triple(kNormal, shape.normal);
-    row.triple(kDirection, shape.majorDir);
+  template <typename Hole>
+  void fillHole(const char* tag, const Hole& hole, float half_length, float half_width) const {
+    row.text(kTag, tag).triple(kFirstPoint, hole.center).triple(kNormal, hole.normal);
+    row.triple(kDirection, hole.majorDir);
+    row.number(kLength, 2 * half_length).number(kWidth, 2 * half_width);
   }
 };
 
@@ -215,9 +189,9 @@ void writeTableRow(std::ostream& out, const xgeofeature::XFBase* feature, const 
   Row row;
   visitRecord(feature, FillRow{row});
   if (row.isEmpty()) return;
-  out << (role == FeatureRole::Inspection ? "inspection_" : "") << row.tag() << name << ";";
+  if (role == FeatureRole::Inspection) out << "inspection_";
+  row.text(kName, name);
   row.write(out);
-  out << "\n";
 }
 
 void writeNumberLine(std::ostream& out, const xgeofeature::XFBase* feature) {

@@ -25,19 +25,34 @@ struct RecordKey {
   double within;
 };
 
-inline RecordKey keyOf(const xmodelfeature::XFPlane& r) { return {std::fabs(r.d), 1e-5}; }
-inline RecordKey keyOf(const xmodelfeature::XFSphere& r) { return {r.center[0], 1e-5}; }
-inline RecordKey keyOf(const xmodelfeature::XFCylinder& r) {
-  return {static_cast<double>(r.base[0]) + r.top[0], 0.01};
+/// Where a triple lies along a direction that no model is lined up with: rows of holes and walls of
+/// parallel lines spread out over it. Beyond a thousand kilometres all places are one, so that the
+/// rounding of large sums keeps no equal records apart.
+inline double spread(const float* v) {
+  static constexpr double kFarthest = 1e9;
+  const auto near = [](float x) {
+    return std::clamp(static_cast<double>(x), -kFarthest, kFarthest);
+  };
+  return 0.8191 * near(v[0]) + 0.4663 * near(v[1]) + 0.3341 * near(v[2]);
 }
-inline RecordKey keyOf(const xmodelfeature::XFCone& r) { return {r.apex[0], 1e-3}; }
+
+inline RecordKey keyOf(const xmodelfeature::XFPlane& r) {
+  const float direction[3] = {r.a, r.b, r.c};
+  const float offset[3] = {r.d, 0.0F, 0.0F};
+  return {std::fabs(spread(direction) + spread(offset)), 1e-5};
+}
+inline RecordKey keyOf(const xmodelfeature::XFSphere& r) { return {spread(r.center), 1e-5}; }
+inline RecordKey keyOf(const xmodelfeature::XFCylinder& r) {
+  return {spread(r.base) + spread(r.top), 0.01};
+}
+inline RecordKey keyOf(const xmodelfeature::XFCone& r) { return {spread(r.apex), 1e-3}; }
 inline RecordKey keyOf(const xmodelfeature::XFLine3D& r) {
-  return {static_cast<double>(r.start[0]) + r.end[0], 0.1};
+  return {spread(r.start) + spread(r.end), 0.1};
 }
 /// Circles, slots, rectangles and rounded rectangles.
 template <typename Outline>
 RecordKey keyOf(const Outline& r) {
-  return {r.center[0], 0.1};
+  return {spread(r.center), 0.1};
 }
 
 /// Knows the records of a list that only it appends to while it lives.
