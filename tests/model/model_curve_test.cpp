@@ -4,17 +4,13 @@
 
 #include <cmath>
 
-#include <BRepBuilderAPI_Transform.hxx>
 #include <GC_MakeArcOfCircle.hxx>
 #include <GeomConvert.hxx>
-#include <Geom_BSplineCurve.hxx>
 #include <Geom_BezierCurve.hxx>
 #include <Geom_Plane.hxx>
 #include <Geom_TrimmedCurve.hxx>
 #include <Standard_NoSuchObject.hxx>
 #include <Standard_TypeMismatch.hxx>
-#include <TColStd_Array1OfInteger.hxx>
-#include <TColStd_Array1OfReal.hxx>
 #include <TColgp_Array1OfPnt.hxx>
 #include <gmock/gmock.h>
 
@@ -30,20 +26,6 @@ using testing::ElementsAre;
 using testing::FloatNear;
 using testing::Pointwise;
 using testing::SizeIs;
-
-/// A spline of degree 1 through the points.
-TopoDS_Edge polyEdge(const std::vector<gp_Pnt>& points) {
-  const int count = static_cast<int>(points.size());
-  TColgp_Array1OfPnt poles(1, count);
-  TColStd_Array1OfReal knots(1, count);
-  TColStd_Array1OfInteger multiplicities(1, count);
-  for (int i = 1; i <= count; ++i) {
-    poles(i) = points[static_cast<std::size_t>(i - 1)];
-    knots(i) = i;
-    multiplicities(i) = i == 1 || i == count ? 2 : 1;
-  }
-  return BRepBuilderAPI_MakeEdge(new Geom_BSplineCurve(poles, knots, multiplicities, 1)).Edge();
-}
 
 /// A peak that makes the edge longer than its chord of 10 by \p excess.
 TopoDS_Edge peakOf(double excess) {
@@ -71,18 +53,15 @@ TopoDS_Edge edgeWithoutCurve() {
   return edge;
 }
 
-struct EdgeCase {
-  const char* name;
-  TopoDS_Edge edge;
-  ModelFeatureType base;
-  int is_line, is_circle;
-};
-
 TEST(XModelFeatureEdge, BaseInfoAndTheCurveTestsDiffer) {
   const gp_Elips ellipse(gp_Ax2(gp_Pnt(0, 0, 0), gp_Dir(0, 0, 1)), 5, 4);
-  const EdgeCase cases[] = {
+  const struct {
+    const char* name;
+    TopoDS_Edge edge;
+    ModelFeatureType base;
+    int is_line, is_circle;
+  } cases[] = {
       {"line", lineEdge(0, 0, 3, 4), ModelLine, 0, -1},
-      {"circle", arcEdge(1, 2, 3, 0, 360), ModelCircle, -1, 0},
       {"arc", arcEdge(1, 2, 3, 90, 30), ModelCircle, -1, 0},
       {"straight spline", polyEdge({{0, 0, 0}, {3, 4, 0}}), ModelUnknown, 0, -1},
       // Its only inner pole lies on the curve, and three points always lie on a circle.
@@ -90,8 +69,7 @@ TEST(XModelFeatureEdge, BaseInfoAndTheCurveTestsDiffer) {
       {"spline longer than its chord", peakOf(0.0101), ModelCircle, -1, 0},
       {"spline that turns both ways", polyEdge({{0, 0, 0}, {3, 2, 0}, {5, -1, 0}, {8, 0, 0}}),
        ModelUnknown, -1, -1},
-      {"spline arc", splineArc(7, 80), ModelCircle, -1, 0},
-      {"spline arc of three quarters", splineArc(7, 270), ModelCircle, -1, 0},
+      {"spline arc", splineArc(7, 270), ModelCircle, -1, 0},
       {"smallest spline arc", splineArc(0.0501, 90), ModelCircle, 0, 0},
       {"spline arc too small", splineArc(0.0499, 90), ModelCircle, 0, -1},
       {"ellipse", BRepBuilderAPI_MakeEdge(ellipse, 0.0, 2.0).Edge(), ModelUnknown, -1, -1},
@@ -100,7 +78,7 @@ TEST(XModelFeatureEdge, BaseInfoAndTheCurveTestsDiffer) {
       {"null", TopoDS_Edge(), ModelUnknown, -1, -1},
   };
   const XModelCurve curves;
-  for (const EdgeCase& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     ModelFeatureType type = ModelPlane;
     std::vector<float> data = {99.0F};
@@ -117,27 +95,18 @@ TEST(XModelFeatureEdge, BaseInfoAndTheCurveTestsDiffer) {
   }
 }
 
-TEST(XModelFeatureEdge, CircleOfASpline) {
-  ModelFeatureType type = ModelUnknown;
-  std::vector<float> data;
-  XModelFeature::getBaseEdgeInfo(splineArc(7, 80), type, data);
-  const XFCircle3D circle(data);
-  EXPECT_THAT(circle.center, Pointwise(FloatNear(1e-4F), {1.0F, 2.0F, 3.0F}));
-  EXPECT_NEAR(circle.radius, 7.0F, 1e-4);
-  const float n[] = {circle.normal[0], circle.normal[1], circle.normal[2]};
-  EXPECT_NEAR(std::fabs(n[0] + 2 * n[1] + 2 * n[2]), 3.0, 1e-5);
-  // The direction of a circle's own X axis plays no part: across the largest component of the normal.
-  const double norm = std::hypot(1.0, n[0] / n[1]);
-  EXPECT_THAT(circle.majorDir,
-              Pointwise(FloatNear(1e-6F), {static_cast<float>(1 / norm),
-                                           static_cast<float>(-n[0] / n[1] / norm), 0.0F}));
-}
-
-TEST(XModelFeatureEdge, LineGoesFromFirstToLastWhateverTheOrientation) {
+// Neither a circle's own X axis nor an edge's orientation plays a part.
+TEST(XModelFeatureEdge, NumbersOfALineAndOfASplineArc) {
   ModelFeatureType type = ModelUnknown;
   std::vector<float> data;
   XModelFeature::getBaseEdgeInfo(TopoDS::Edge(lineEdge(1, 2, 3, 4).Reversed()), type, data);
   EXPECT_THAT(data, ElementsAre(1, 2, 0, 3, 4, 0));
+  XModelFeature::getBaseEdgeInfo(splineArc(7, 80), type, data);
+  const float sign = data.at(3) < 0 ? -1.0F : 1.0F, third = sign / 3;
+  const float across =
+      static_cast<float>(std::sqrt(0.8));  // the largest of (1, 2, 2) is the first 2
+  EXPECT_THAT(data, Pointwise(FloatNear(1e-4F), {1.0F, 2.0F, 3.0F, third, 2 * third, 2 * third,
+                                                 across, -across / 2, 0.0F, 7.0F}));
   TopoDS_Edge no_edge;
   no_edge.TShape(patchOf(new Geom_Plane(gp::XOY()), 0, 1, 0, 1).TShape());
   EXPECT_THROW(XModelFeature::getBaseEdgeInfo(no_edge, type, data), Standard_TypeMismatch);
@@ -149,59 +118,57 @@ Edges movedBy(const Edges& edges, double x, double y) {
   gp_Trsf shift;
   shift.SetTranslation(gp_Vec(x, y, 0));
   Edges moved;
-  for (const TopoDS_Edge& edge : edges) {
-    moved.push_back(TopoDS::Edge(edge.Moved(TopLoc_Location(shift))));
-  }
+  for (const TopoDS_Edge& edge : edges) moved.push_back(TopoDS::Edge(edge.Moved(shift)));
   return moved;
 }
 
-/// A plate with one hole of each kind and a double-D bore, far enough from one another.
-TopoDS_Face plate() {
-  const double d = std::sqrt(39.0), angle = std::atan2(5, d) / kDegree;
-  return plateWith(200, 100,
-                   {movedBy(slotEdges(20, 5), -100, 0),
-                    movedBy(rectangleEdges(12, 8), 0, 50),
-                    movedBy(roundEdges(20, 8, 3, 3), 100, 0),
-                    movedBy({arcEdge(0, 0, 6, 0, 360)}, 0, -50),
-                    {lineEdge(-d, -5, d, -5), arcEdge(0, 0, 8, -angle, angle),
-                     lineEdge(d, 5, -d, 5), arcEdge(0, 0, 8, 180 - angle, 180 + angle)}});
-}
-
+// A plate with one hole of each kind and a round bore.
 TEST(XModelCurve, ListsEachHoleOnceAndNeverTheOuterOutline) {
+  const TopoDS_Shape plate = plateWith(200, 100,
+                                       {movedBy(slotEdges(20, 5), -100, 0),
+                                        movedBy(rectangleEdges(12, 8), 0, 50),
+                                        movedBy(roundEdges(20, 8, 3, 3), 100, 0),
+                                        {arcEdge(0, -50, 6, 0, 360)}})
+                                 .Moved(tiltedPose());
   XModelCurve curves;
-  const TopoDS_Shape shape = BRepBuilderAPI_Transform(plate(), tiltedPose()).Shape();
-  curves.setData(shape);
+  curves.setData(plate);
   for (int round = 0; round < 2; ++round) {
-    EXPECT_EQ(curves.getCurveData(shape), 0);
-    EXPECT_THAT(curves.lines, SizeIs(4 + 2 + 4 + 4 + 2));
-    EXPECT_THAT(curves.circles, SizeIs(2 + 4 + 1 + 1)) << "both arcs of the bore are one circle";
+    EXPECT_EQ(curves.getCurveData(plate), 0);
+    EXPECT_THAT(curves.lines, SizeIs(4 + 2 + 4 + 4));
+    EXPECT_THAT(curves.circles, SizeIs(2 + 4 + 1));
     ASSERT_THAT(curves.ovalGrooves, SizeIs(1));
     ASSERT_THAT(curves.roundGrooves, SizeIs(1));
     ASSERT_THAT(curves.rectangles, SizeIs(1));
   }
   EXPECT_NEAR(curves.ovalGrooves[0].halfStraight, 20.0F, 1e-4);
   EXPECT_NEAR(curves.roundGrooves[0].cornerRadius, 3.0F, 1e-4);
-  EXPECT_NEAR(curves.rectangles[0].halfLength, 12.0F, 1e-4);
   const gp_Pnt center = gp_Pnt(0, 50, 0).Transformed(tiltedPose());
   EXPECT_NEAR(curves.rectangles[0].center[0], center.X(), 1e-4);
 
-  const XModelCurve copy = curves;
+  XModelCurve copy = curves;
   const XModelCurve empty;
   int rectangle_edges = 0;
-  for (TopExp_Explorer walk(shape, TopAbs_EDGE); walk.More(); walk.Next()) {
+  for (TopExp_Explorer walk(plate, TopAbs_EDGE); walk.More(); walk.Next()) {
     XFRectangle3D rectangle;
     const TopoDS_Edge& edge = TopoDS::Edge(walk.Current());
     rectangle_edges += copy.isRectangle(edge, rectangle) == 0;
     EXPECT_EQ(empty.isRectangle(edge, rectangle), -1);
   }
   EXPECT_EQ(rectangle_edges, 4);
+  copy.getCurveData(TopoDS_Shape());
+  EXPECT_EQ(copy.lines.size() + copy.circles.size() + copy.ovalGrooves.size() +
+                copy.roundGrooves.size() + copy.rectangles.size(),
+            0U);
 }
 
 TEST(XModelCurve, EdgesThatTheModelDoesNotHave) {
   XModelCurve curves;
+  const TopoDS_Wire wire = wireOf(slotEdges(20, 5));  // it bounds no face
   curves.setData(TopoDS_Shape());
-  EXPECT_EQ(curves.getCurveData(TopoDS_Shape()), 0);
-  curves.setData(plate());
+  curves.setData(wire);
+  EXPECT_EQ(curves.getCurveData(wire), 0);
+  EXPECT_THAT(curves.lines, SizeIs(2));
+  EXPECT_THAT(curves.ovalGrooves, SizeIs(0));
   XFOvalGroove3D groove;
   EXPECT_EQ(curves.isOvalGroove(TopoDS_Edge(), groove), -1);
   try {
@@ -210,13 +177,6 @@ TEST(XModelCurve, EdgesThatTheModelDoesNotHave) {
   } catch (const Standard_NoSuchObject& failure) {
     EXPECT_STREQ(failure.GetMessageString(), "NCollection_IndexedDataMap::FindFromKey");
   }
-  // An edge in a wire that bounds no face.
-  XModelCurve free_wire;
-  const TopoDS_Wire wire = wireOf(slotEdges(20, 5));
-  free_wire.setData(wire);
-  EXPECT_EQ(free_wire.getCurveData(wire), 0);
-  EXPECT_THAT(free_wire.lines, SizeIs(2));
-  EXPECT_THAT(free_wire.ovalGrooves, SizeIs(0));
 }
 
 // ---- poly lines -------------------------------------------------------------------------------
@@ -242,34 +202,32 @@ TEST(XModelCurveSplit, OneRecordForEveryEdgeInEveryFace) {
 }
 
 TEST(XModelCurveSplit, ArcsWithinTheirChordError) {
+  // The middle of a full circle lies opposite its ends: twice the angle of 180 counts as radians.
+  const auto of_full_circle = static_cast<std::size_t>(180 / std::acos(1 - 0.05 / 10) + 1) + 1;
   const struct {
     double radius, degrees;
     std::size_t points;
   } arcs[] = {
       // floor(angle / (2 acos(1 - d / r)) + 1) chords, d = 0.05 or a quarter of a radius below 0.05
-      {10, 120, 12}, {1000, 10, 10}, {0.02, 179, 5}, {0.049, 358, 6}, {2, 20, 5},
-  };
+      {10, 120, 12},
+      {1000, 10, 10},
+      {0.02, 179, 5},
+      {0.049, 358, 6},
+      {2, 20, 5},
+      {10, 360, of_full_circle},
+      {1e30, 90, (1 << 20) + 1}};
   for (const auto& arc : arcs) {
     SCOPED_TRACE(arc.radius);
     const auto points = pointsOf(arcEdge(0, 0, arc.radius, 0, arc.degrees));
     ASSERT_THAT(points, SizeIs(arc.points));
-    const double chords = static_cast<double>(points.size() - 1);
-    const double sagitta = arc.radius * (1 - std::cos(arc.degrees * kDegree / chords / 2));
-    EXPECT_LE(sagitta, arc.radius < 0.05 ? arc.radius * 0.25 : 0.05);
+    if (arc.radius == 1e30) continue;
+    const double step = arc.degrees * kDegree / static_cast<double>(points.size() - 1);
+    EXPECT_LE(arc.radius * (1 - std::cos(step / 2)), arc.radius < 0.05 ? arc.radius / 4 : 0.05);
     for (std::size_t i = 0; i < points.size(); ++i) {
-      const double angle = arc.degrees * kDegree * static_cast<double>(i) / chords;
-      EXPECT_NEAR(points[i].x, arc.radius * std::cos(angle), 1e-4);
-      EXPECT_NEAR(points[i].y, arc.radius * std::sin(angle), 1e-4);
+      EXPECT_NEAR(points[i].x, arc.radius * std::cos(static_cast<double>(i) * step), 1e-4);
+      EXPECT_NEAR(points[i].y, arc.radius * std::sin(static_cast<double>(i) * step), 1e-4);
     }
   }
-}
-
-// The middle of a full circle lies opposite its ends: the angle of 180 counts as radians.
-TEST(XModelCurveSplit, FullCircleCountsDegreesAsRadians) {
-  const double half_step = std::acos(1 - 0.05 / 10);
-  const auto expected = static_cast<std::size_t>(360 / (2 * half_step) + 1) + 1;
-  EXPECT_THAT(pointsOf(arcEdge(0, 0, 10, 0, 360)), SizeIs(expected));
-  EXPECT_THAT(pointsOf(arcEdge(0, 0, 1e30, 0, 90)), SizeIs((1 << 20) + 1)) << "bounded";
 }
 
 TEST(XModelCurveSplit, OtherCurvesAreHalvedWhereTheyBend) {

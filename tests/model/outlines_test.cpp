@@ -1,14 +1,16 @@
 // SPDX-FileCopyrightText: LibZelmo contributors
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <cmath>
-#include <functional>
 #include <limits>
+#include <map>
 
 #include <BRepBuilderAPI_NurbsConvert.hxx>
 #include <gmock/gmock.h>
+#include <opencv2/core.hpp>
 
 #include "support/cad_outlines.h"
 #include "support/cad_shapes.h"
+#include "support/rows.h"
 #include "zelmo/model/model_feature.h"
 
 namespace xmodelfeature {
@@ -52,189 +54,195 @@ Edges splitRightArc(double at = 0) {
 }
 Edges splitLeftArc() { return {arcEdge(-20, 0, 5, 90, 180), arcEdge(-20, 0, 5, 180, 270)}; }
 
-TEST(XModelFeatureOvalGroove, SlotsInEveryOrder) {
-  const Edges whole = slotEdges(20, 5);
-  const struct {
-    const char* name;
-    Edges edges;
-  } slots[] = {
-      {"line first", whole},
-      {"arc first", startingAt(whole, 1)},
-      {"second line first", startingAt(whole, 2)},
-      {"walked back", walkedBack(whole)},
-      {"one arc in two", slotWith(splitRightArc(), leftArc())},
-      {"the other arc in two", slotWith(rightArc(), splitLeftArc())},
-      {"both arcs in two", slotWith(splitRightArc(), splitLeftArc())},
-      {"both arcs in two, arc first", startingAt(slotWith(splitRightArc(), splitLeftArc()), 1)},
-      {"started within an arc", startingAt(slotWith(splitRightArc(), leftArc()), 2)},
-      {"both in two, started within one", startingAt(slotWith(splitRightArc(), splitLeftArc()), 2)},
-      {"both in two, walked back", walkedBack(slotWith(splitRightArc(), splitLeftArc()))},
-      {"spline arcs", slotWith({splineEdge(rightArc()[0])}, {splineEdge(leftArc()[0])})},
-  };
-  for (const auto& slot : slots) {
-    SCOPED_TRACE(slot.name);
-    XFOvalGroove3D groove;
-    ASSERT_TRUE(XModelFeature::isOvalGroove(wireOf(slot.edges, tiltedPose()), groove));
-    EXPECT_THAT(groove.center, Pointwise(FloatNear(2e-4F), posed(0, 0, 0)));
-    EXPECT_NEAR(groove.halfStraight, 20.0F, 2e-4);
-    EXPECT_NEAR(groove.radius, 5.0F, 2e-4);
-    EXPECT_NEAR(std::fabs(cosineWithPosed(groove.majorDir, 1, 0, 0)), 1.0, 1e-6);
-    EXPECT_NEAR(std::fabs(cosineWithPosed(groove.normal, 0, 0, 1)), 1.0, 1e-6);
+enum Kind { None, Slot, Rectangle, Round };
+
+struct OutlineCase {
+  const char* name;
+  Edges edges;
+  Kind kind = None;
+};
+
+/// An outline with the sizes of its record; all three questions are asked of it.
+struct Answer {
+  explicit Answer(const TopoDS_Wire& wire) {
+    XFOvalGroove3D slot;
+    XFRectangle3D rectangle;
+    XFRoundGroove3D round;
+    if (XModelFeature::isOvalGroove(wire, slot)) {
+      take(Slot, slot, rowOf(slot.halfStraight, slot.radius));
+    }
+    if (XModelFeature::isRectangle(wire, rectangle)) {
+      take(Rectangle, rectangle, rowOf(rectangle.halfLength, rectangle.halfWidth));
+    }
+    if (XModelFeature::isRoundGroove(wire, round)) {
+      take(Round, round, rowOf(round.halfLength, round.halfWidth, round.cornerRadius));
+    }
+  }
+
+  template <typename Record>
+  void take(Kind found, const Record& r, const std::vector<float>& row) {
+    EXPECT_EQ(kind, None) << "two answers";
+    kind = found;
+    sizes = row;
+    center = rowOf(r.center);
+    along_x = std::fabs(cosineWithPosed(r.majorDir, 1, 0, 0));
+    along_z = std::fabs(cosineWithPosed(r.normal, 0, 0, 1));
+  }
+
+  Kind kind = None;
+  std::vector<float> center, sizes;
+  double along_x = 0, along_z = 0;
+};
+
+// Slots of half straight length 20 and radius 5, rectangles of 20 by 5, round ones of 20 by 8 by 3.
+TEST(XModelFeatureOutline, HolesByTheirRecordsInEveryOrder) {
+  const Edges slot = slotEdges(20, 5), split = slotWith(splitRightArc(), splitLeftArc());
+  const Edges one_split = slotWith(splitRightArc(), leftArc());
+  const Edges rectangle = rectangleEdges(20, 5), round = roundEdges(20, 8, 3, 3);
+  Edges round_splines = round;  // also its lines
+  for (TopoDS_Edge& edge : round_splines) edge = splineEdge(edge);
+  const OutlineCase outlines[] = {
+      {"line first", slot, Slot},
+      {"arc first", startingAt(slot, 1), Slot},
+      {"slot walked back", walkedBack(slot), Slot},
+      {"one arc in two", one_split, Slot},
+      {"the other arc in two", slotWith(rightArc(), splitLeftArc()), Slot},
+      {"both arcs in two, arc first", startingAt(split, 1), Slot},
+      {"started within an arc", startingAt(one_split, 2), Slot},
+      {"both in two, started within one", startingAt(split, 2), Slot},
+      {"both in two, walked back", walkedBack(split), Slot},
+      {"spline arcs", slotWith({splineEdge(rightArc()[0])}, {splineEdge(leftArc()[0])}), Slot},
+      {"rectangle", rectangle, Rectangle},
+      {"short side first", startingAt(rectangle, 1), Rectangle},
+      {"rectangle walked back", startingAt(walkedBack(rectangle), 3), Rectangle},
+      {"round", round, Round},
+      {"round, arc first", startingAt(round, 1), Round},
+      {"round, short side first", startingAt(round, 2), Round},
+      {"round, walked back", walkedBack(round), Round},
+      {"round of splines", round_splines, Round}};
+  const std::map<Kind, std::vector<float>> sizes = {
+      {Slot, {20, 5}}, {Rectangle, {20, 5}}, {Round, {20, 8, 3}}};
+  for (const OutlineCase& c : outlines) {
+    SCOPED_TRACE(c.name);
+    const TopoDS_Wire wire = wireOf(c.edges, tiltedPose());
+    const Answer answer(wire);
+    ASSERT_EQ(answer.kind, c.kind);
+    EXPECT_THAT(answer.sizes, Pointwise(FloatNear(2e-4F), sizes.at(c.kind)));
+    EXPECT_THAT(answer.center, Pointwise(FloatNear(2e-4F), posed(0, 0, 0)));
+    EXPECT_NEAR(answer.along_x, 1.0, 1e-6);
+    EXPECT_NEAR(answer.along_z, 1.0, 1e-6);
+    // A wire reversed as a whole has its edges in the other order, which only slots and rectangles stand.
+    const TopoDS_Wire reversed = TopoDS::Wire(wire.Reversed());
+    EXPECT_EQ(Answer(reversed).kind, c.kind == Round ? None : c.kind);
   }
 }
 
-TEST(XModelFeatureOvalGroove, OtherOutlinesAreNone) {
+TEST(XModelFeatureOutline, WhatCountsAndWhatDoesNot) {
   const double d = std::sqrt(64.0 - 25.0);  // where a circle of radius 8 is 10 wide
-  const double angle = std::atan2(5, d) / kDegree;
-  const Edges whole = slotEdges(20, 5);
+  const double angle = std::atan2(5, d) / kDegree, lean = std::atan2(5, 1) / kDegree;
+  const Edges slot = slotEdges(20, 5), rectangle = rectangleEdges(20, 5);
+  const Edges round = roundEdges(20, 8, 3, 3);
   const gp_Elips ellipse(gp_Ax2(gp_Pnt(20, 0, 0), gp_Dir(0, 0, 1), gp_Dir(0, 1, 0)), 5, 4);
   const TopoDS_Edge half_ellipse =
       BRepBuilderAPI_MakeEdge(ellipse, 180 * kDegree, 360 * kDegree).Edge();
-  const struct {
-    const char* name;
-    Edges edges;
-  } outlines[] = {
-      {"double-D bore",
-       {lineEdge(-d, -5, d, -5), arcEdge(0, 0, 8, -angle, angle), lineEdge(d, 5, -d, 5),
-        arcEdge(0, 0, 8, 180 - angle, 180 + angle)}},
-      {"rectangle", rectangleEdges(20, 5)},
-      {"rounded rectangle", roundEdges(20, 10, 3, 3)},
-      {"half", {whole[0], whole[1], whole[2]}},
-      {"half-elliptic end", {whole[0], half_ellipse, whole[2], whole[3]}},
-      {"line in two",
-       {lineEdge(-20, -5, 0, -5), lineEdge(0, -5, 20, -5), whole[1], whole[2], whole[3]}},
-      {"spline line", {splineEdge(whole[0]), whole[1], whole[2], whole[3]}},
-      // The point where two pieces meet counts as the middle of the arc.
-      {"arc in uneven pieces", slotWith(splitRightArc(10), leftArc())},
-      {"pieces of two radii",
-       slotWith({arcEdge(20, 0, 5, -90, 0), arcEdge(19.98, 0, 5.02, 0, 90)}, leftArc())},
-      {"tail of another radius",
-       startingAt(slotWith({arcEdge(20, 0, 5, -90, 0), arcEdge(19.98, 0, 5.02, 0, 90)}, leftArc()),
-                  2)},
-      {"tail far away",
-       startingAt(slotWith({arcEdge(20, 0, 5, -90, 0), arcEdge(60, 0, 5, 0, 90)}, leftArc()), 2)},
-      {"seven edges", joined({{whole[0], arcEdge(20, 0, 5, -90, -45), arcEdge(20, 0, 5, -45, 0),
-                               arcEdge(20, 0, 5, 0, 90), whole[2]},
-                              splitLeftArc()})},
-      {"arc gone", slotWith(splitRightArc(), {})},
-      // An arc that comes sixth, after patterns that no slot has.
-      {"five lines", joined({rectangleEdges(20, 5), {whole[0], whole[1]}})},
-      {"three lines, two of them in a row",
-       {whole[0], whole[1], whole[2], whole[3], whole[0], whole[1]}},
-      {"oblique",
-       {lineEdge(-20, -5, 20, -5), whole[1], lineEdge(20, 5, -18, 5),
-        arcEdge(-19, 0, std::hypot(1, 5), std::atan2(5, 1) / kDegree,
-                std::atan2(-5, -1) / kDegree + 360)}},
+  const auto uneven = [](double r) {  // a long slot with ends of two radii
+    return Edges{lineEdge(-500, -r, 500, -5), arcEdge(500, 0, 5, -90, 90),
+                 lineEdge(500, 5, -500, r), arcEdge(-500, 0, r, 90, 270)};
   };
-  for (const auto& outline : outlines) {
-    SCOPED_TRACE(outline.name);
-    XFOvalGroove3D groove;
-    EXPECT_FALSE(XModelFeature::isOvalGroove(wireOf(outline.edges, tiltedPose()), groove));
-  }
-  XFOvalGroove3D groove;
-  EXPECT_FALSE(XModelFeature::isOvalGroove(TopoDS_Wire(), groove));
-}
-
-// The ends of a long slot may differ in radius by a hundredth.
-TEST(XModelFeatureOvalGroove, EndsOfAlmostOneRadius) {
-  const auto with_radii = [](double r0, double r1) {
-    const double h = 500;
-    XFOvalGroove3D groove;
-    return XModelFeature::isOvalGroove(
-        wireOf({lineEdge(-h, -r0, h, -r1), arcEdge(h, 0, r1, -90, 90), lineEdge(h, r1, -h, r0),
-                arcEdge(-h, 0, r0, 90, 270)}),
-        groove);
-  };
-  EXPECT_TRUE(with_radii(5, 5.009));
-  EXPECT_TRUE(with_radii(5.009, 5));
-  EXPECT_FALSE(with_radii(5, 5.02));
-  EXPECT_FALSE(with_radii(5.02, 5));
-}
-
-TEST(XModelFeatureRectangle, LongerSideAndNormal) {
-  const Edges along = rectangleEdges(20, 5);
-  for (const Edges& edges :
-       {along, startingAt(along, 1), walkedBack(along), startingAt(walkedBack(along), 3)}) {
-    XFRectangle3D rectangle;
-    ASSERT_TRUE(XModelFeature::isRectangle(wireOf(edges, tiltedPose()), rectangle));
-    EXPECT_THAT(rectangle.center, Pointwise(FloatNear(2e-5F), posed(0, 0, 0)));
-    EXPECT_NEAR(rectangle.halfLength, 20.0F, 1e-5);
-    EXPECT_NEAR(rectangle.halfWidth, 5.0F, 1e-5);
-    EXPECT_NEAR(std::fabs(cosineWithPosed(rectangle.majorDir, 1, 0, 0)), 1.0, 1e-6);
-    EXPECT_NEAR(std::fabs(cosineWithPosed(rectangle.normal, 0, 0, 1)), 1.0, 1e-6);
-  }
-  // With the corners p0 to p3 counter-clockwise, (p2 - p1) x (p0 - p1) points up.
-  XFRectangle3D rectangle;
-  ASSERT_TRUE(XModelFeature::isRectangle(wireOf(along), rectangle));
-  EXPECT_FLOAT_EQ(rectangle.normal[2], 1.0F);
-  ASSERT_TRUE(XModelFeature::isRectangle(wireOf(rectangleEdges(5, 5)), rectangle));
-  EXPECT_FLOAT_EQ(std::fabs(rectangle.majorDir[0]), 1.0F) << "p0 - p1 wins a tie";
-}
-
-TEST(XModelFeatureRectangle, OnlyDirectionsOfFourLines) {
-  XFRectangle3D rectangle;
-  Edges open = rectangleEdges(20, 5);
-  open[3] = lineEdge(-20, 5, -20, -4);
-  EXPECT_TRUE(XModelFeature::isRectangle(wireOf(open), rectangle))
-      << "nothing asks for a closed one";
-
   const auto leaning = [](double by) {
     return Edges{lineEdge(-20, -5, 20, -5), lineEdge(20, -5, 20 + by, 5),
                  lineEdge(20 + by, 5, -20 + by, 5), lineEdge(-20 + by, 5, -20, -5)};
   };
-  EXPECT_TRUE(XModelFeature::isRectangle(wireOf(leaning(0.0009)), rectangle));
-  EXPECT_FALSE(XModelFeature::isRectangle(wireOf(leaning(0.0011)), rectangle));
-
-  const Edges whole = rectangleEdges(20, 5);
-  EXPECT_FALSE(XModelFeature::isRectangle(wireOf({whole[0], whole[1], whole[2]}), rectangle));
-  EXPECT_FALSE(XModelFeature::isRectangle(wireOf(joined({whole, {whole[0]}})), rectangle));
-  EXPECT_FALSE(XModelFeature::isRectangle(
-      wireOf({splineEdge(whole[0]), whole[1], whole[2], whole[3]}), rectangle));
-  EXPECT_FALSE(XModelFeature::isRectangle(wireOf(slotEdges(20, 5)), rectangle));
-  EXPECT_FALSE(XModelFeature::isRectangle(TopoDS_Wire(), rectangle));
-}
-
-TEST(XModelFeatureRoundGroove, EitherStartAndBothWays) {
-  const Edges whole = roundEdges(20, 8, 3, 3);
-  Edges splines = whole;
-  for (TopoDS_Edge& edge : splines) edge = splineEdge(edge);  // a spline line counts as a line here
-  for (const Edges& edges :
-       {whole, startingAt(whole, 1), startingAt(whole, 2), walkedBack(whole), splines}) {
-    XFRoundGroove3D groove;
-    ASSERT_TRUE(XModelFeature::isRoundGroove(wireOf(edges, tiltedPose()), groove));
-    EXPECT_THAT(groove.center, Pointwise(FloatNear(2e-5F), posed(0, 0, 0)));
-    EXPECT_NEAR(groove.halfLength, 20.0F, 1e-4);
-    EXPECT_NEAR(groove.halfWidth, 8.0F, 1e-4);
-    EXPECT_NEAR(groove.cornerRadius, 3.0F, 1e-4);
-    EXPECT_NEAR(std::fabs(cosineWithPosed(groove.majorDir, 1, 0, 0)), 1.0, 1e-6);
-    EXPECT_NEAR(std::fabs(cosineWithPosed(groove.normal, 0, 0, 1)), 1.0, 1e-6);
-  }
-}
-
-TEST(XModelFeatureRoundGroove, OtherOutlinesAreNone) {
-  const Edges whole = roundEdges(20, 8, 3, 3);
-  Edges swapped = whole;
+  const Edges two_radii =
+      slotWith({arcEdge(20, 0, 5, -90, 0), arcEdge(19.98, 0, 5.02, 0, 90)}, leftArc());
+  const auto pieces = [](double r) {  // a long slot whose second end is of two pieces
+    return Edges{arcEdge(500, 0, 5, -90, 90), lineEdge(500, 5, -500, 5.003),
+                 arcEdge(-500, 0, 5.009, 90, 180), arcEdge(-500, 0, r, 180, 270),
+                 lineEdge(-500, -5.006, 500, -5)};
+  };
+  const auto gap = [](double by) {
+    Edges edges = roundEdges(20, 8, 3, 3);
+    edges[0] = lineEdge(-17 + by, -8, 17, -8);
+    return edges;
+  };
+  Edges open = rectangle, swapped = round, unordered = round, dented = round;
+  Edges long_bulges = round, short_bulges = round;
+  const auto bulged = [](double x0, double y0, double x1, double y1) {  // counts as a line
+    const auto at = [&](double t, double out) {
+      return gp_Pnt(x0 + t * (x1 - x0) + out * (y1 - y0), y0 + t * (y1 - y0) - out * (x1 - x0), 0);
+    };
+    return polyEdge({at(0, 0), at(0.25, 0), at(0.5, 0.01), at(0.75, 0), at(1, 0)});
+  };
+  long_bulges[0] = bulged(-17, -8, 17, -8);
+  long_bulges[4] = bulged(17, 8, -17, 8);
+  short_bulges[2] = bulged(20, -5, 20, 5);
+  short_bulges[6] = bulged(-20, 5, -20, -5);
+  open[3] = lineEdge(-20, 5, -20, -4);
   std::swap(swapped[1], swapped[5]);
-  Edges unordered = whole;
   std::reverse(unordered.begin(), unordered.end());
-  Edges dented = whole;  // arcs that turn inwards: the middles lie elsewhere
-  dented[1] = arcEdge(20, -8, 3, 180, 90);
-  const std::pair<const char*, Edges> outlines[] = {
+  dented[1] = arcEdge(20, -8, 3, 180, 90);  // turns inwards: its middle lies elsewhere
+  const OutlineCase outlines[] = {
+      {"double-D bore",
+       {lineEdge(-d, -5, d, -5), arcEdge(0, 0, 8, -angle, angle), lineEdge(d, 5, -d, 5),
+        arcEdge(0, 0, 8, 180 - angle, 180 + angle)}},
+      {"half a slot", {slot[0], slot[1], slot[2]}},
+      {"half-elliptic end", {slot[0], half_ellipse, slot[2], slot[3]}},
+      {"line in two",
+       {lineEdge(-20, -5, 0, -5), lineEdge(0, -5, 20, -5), slot[1], slot[2], slot[3]}},
+      {"spline line", {splineEdge(slot[0]), slot[1], slot[2], slot[3]}},
+      // The point where two pieces meet counts as the middle of the arc.
+      {"arc in uneven pieces", slotWith(splitRightArc(10), leftArc())},
+      {"pieces of two radii", two_radii},
+      {"tail of another radius", startingAt(two_radii, 2)},
+      {"tail far away",
+       startingAt(slotWith({arcEdge(20, 0, 5, -90, 0), arcEdge(60, 0, 5, 0, 90)}, leftArc()), 2)},
+      {"seven edges",
+       joined({{slot[0]}, splitRightArc(), {arcEdge(20, 0, 5, 90, 91), slot[2]}, splitLeftArc()})},
+      {"arc gone", slotWith(splitRightArc(), {})},
+      {"line gone", joined({splitRightArc(), {slot[2]}, leftArc()})},
+      // An arc that comes sixth, after patterns that no slot has.
+      {"five lines", joined({rectangle, {slot[0], slot[1]}})},
+      {"three lines, two of them in a row", joined({slot, {slot[0], slot[1]}})},
+      {"oblique",
+       {lineEdge(-20, -5, 20, -5), slot[1], lineEdge(20, 5, -18, 5),
+        arcEdge(-19, 0, std::hypot(1, 5), lean, lean + 180)}},
+      {"ends of almost one radius", uneven(5.009), Slot},
+      {"the smaller one second", startingAt(uneven(5.009), 2), Slot},
+      {"ends of two radii", uneven(5.02)},
+      // A joined piece of the second end is held against the radius of the first.
+      {"pieces of almost one radius", pieces(5.0095), Slot},
+      {"pieces like each other, but not like the first end", pieces(5.012)},
+      {"nothing asks for a closed rectangle", open, Rectangle},
+      {"leaning a little", leaning(0.0009), Rectangle},
+      {"leaning", leaning(0.0011)},
+      {"five edges", joined({rectangle, {rectangle[0]}})},
+      {"spline side", {splineEdge(slot[0]), rectangle[1], rectangle[2], rectangle[3]}},
+      {"almost one corner radius", roundEdges(200, 80, 3, 3.005), Round},
       {"one corner of another radius", roundEdges(200, 80, 3, 3.02)},
+      {"small gap", gap(0.0099), Round},
+      {"gap", gap(0.0101)},
+      {"bulging long sides", long_bulges},
+      {"bulging short sides", short_bulges},
       {"arcs swapped", swapped},
       {"edges in the wrong order", unordered},
       {"dented", dented},
-      {"nine edges", joined({whole, {whole[0]}})},
-      {"seven edges", Edges(whole.begin(), whole.end() - 1)},
-      {"two rectangles", joined({rectangleEdges(20, 8), rectangleEdges(20, 8)})},
-      {"slot", slotEdges(20, 5)}};
-  for (const auto& [name, edges] : outlines) {
-    XFRoundGroove3D groove;
-    EXPECT_FALSE(XModelFeature::isRoundGroove(wireOf(edges), groove)) << name;
-  }
+      {"nine edges", joined({round, {round[0]}})},
+      {"seven edges of a round one", Edges(round.begin(), round.end() - 1)},
+      {"two rectangles", joined({rectangle, rectangle})},
+      {"no edges", {}}};
+  for (const OutlineCase& c : outlines) EXPECT_EQ(Answer(wireOf(c.edges)).kind, c.kind) << c.name;
+  EXPECT_EQ(Answer(TopoDS_Wire()).kind, None);
+}
+
+// With the corners p0 to p3 counter-clockwise, (p2 - p1) x (p0 - p1) points up, and p0 - p1 wins a tie.
+TEST(XModelFeatureOutline, NormalAndDirectionOfASquare) {
+  XFRectangle3D rectangle;
+  ASSERT_TRUE(XModelFeature::isRectangle(wireOf(rectangleEdges(5, 5)), rectangle));
+  EXPECT_FLOAT_EQ(rectangle.normal[2], 1.0F);
+  EXPECT_FLOAT_EQ(rectangle.majorDir[0], -1.0F);
   XFRoundGroove3D groove;
-  EXPECT_TRUE(XModelFeature::isRoundGroove(wireOf(roundEdges(200, 80, 3, 3.005)), groove));
-  EXPECT_FALSE(XModelFeature::isRoundGroove(TopoDS_Wire(), groove));
+  ASSERT_TRUE(XModelFeature::isRoundGroove(wireOf(roundEdges(5, 5, 3, 3)), groove));
+  EXPECT_FLOAT_EQ(groove.majorDir[1], -1.0F) << "so does the first side";
 }
 
 // ---- plane merging ----------------------------------------------------------------------------
@@ -265,22 +273,22 @@ TEST(XModelFeatureGetPlane, SmallestRectangleAroundAllPatches) {
   planes[0].faces.resize(2);
   XFPlane merged;
   XModelFeature::getPlane(planes, merged);
-  EXPECT_NEAR(merged.length, 31.0F, 1e-3);
-  EXPECT_NEAR(merged.width, 4.0F, 1e-3);
+  EXPECT_THAT(rowOf(merged.length, merged.width), Pointwise(FloatNear(1e-3F), {31.0F, 4.0F}));
   EXPECT_THAT(merged.center, Pointwise(FloatNear(1e-3F), posed(9.5 * c, 9.5 * s, 0)));
   EXPECT_NEAR(std::fabs(cosineWithPosed(merged.majorDir, c, s, 0)), 1.0, 1e-6);
   EXPECT_EQ(merged.faces.size(), 2U);
   EXPECT_EQ(merged.d, planes[0].d);
   EXPECT_THAT(merged.normal, testing::ElementsAreArray(planes[0].normal));
   // The corners run around the rectangle: neighbours are a side apart, in turn long and short.
-  const auto side = [&merged](int i) {
-    const float *p = merged.corners + 3 * i, *q = merged.corners + 3 * ((i + 1) % 4);
-    return std::hypot(p[0] - q[0], p[1] - q[1], p[2] - q[2]);
-  };
-  EXPECT_NEAR(side(0) + side(1), 35.0, 1e-3);
-  EXPECT_NEAR(std::max(side(0), side(1)), 31.0, 1e-3);
-  EXPECT_NEAR(side(0), side(2), 1e-3);
-  EXPECT_NEAR(side(1), side(3), 1e-3);
+  std::vector<double> sides;
+  for (int i = 0; i < 4; ++i) {
+    sides.push_back(cv::norm(cv::Vec3f(merged.corners + 3 * i) -
+                             cv::Vec3f(merged.corners + 3 * ((i + 1) % 4))));
+  }
+  EXPECT_NEAR(std::max(sides[0], sides[1]), 31.0, 1e-3);
+  EXPECT_NEAR(std::min(sides[0], sides[1]), 4.0, 1e-3);
+  EXPECT_NEAR(sides[0] + sides[1], sides[2] + sides[3], 1e-3);
+  EXPECT_NEAR(sides[0], sides[2], 1e-3);
 }
 
 TEST(XModelFeatureGetPlane, NoneOneAndPatchesWithoutAFrame) {
@@ -293,17 +301,16 @@ TEST(XModelFeatureGetPlane, NoneOneAndPatchesWithoutAFrame) {
   EXPECT_EQ(merged.d, 3.0F);
   EXPECT_EQ(merged.corners[5], 42.0F) << "a copy keeps its corners";
 
+  XFPlane no_normal = patchAt(5, 0, 10, 5, 0), endless = no_normal;
+  no_normal.normal[1] = std::numeric_limits<float>::quiet_NaN();
+  endless.length = std::numeric_limits<float>::infinity();
   const XFPlane tiny = patchAt(4, 0, 0.005, 0.005, 0);
-  XModelFeature::getPlane({tiny, tiny}, merged);
-  EXPECT_EQ(merged.length, tiny.length);
-  XFPlane broken = patchAt(5, 0, 10, 5, 0);
-  broken.normal[1] = std::numeric_limits<float>::quiet_NaN();
-  XModelFeature::getPlane({broken, single}, merged);
-  EXPECT_EQ(merged.d, 5.0F);
-  broken = patchAt(6, 0, 10, 5, 0);
-  broken.length = std::numeric_limits<float>::infinity();
-  XModelFeature::getPlane({broken, single}, merged);
-  EXPECT_EQ(merged.d, 6.0F);
+  for (const auto& planes :
+       {std::vector<XFPlane>{tiny, tiny}, {no_normal, single}, {endless, single}}) {
+    XModelFeature::getPlane(planes, merged);
+    EXPECT_EQ(merged.d, planes[0].d);
+    EXPECT_EQ(merged.length, planes[0].length);
+  }
 }
 
 }  // namespace

@@ -1,19 +1,13 @@
 // SPDX-FileCopyrightText: LibZelmo contributors
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <array>
-#include <atomic>
 #include <fstream>
-#include <thread>
-#include <tuple>
 
 #include <BRepBuilderAPI_MakeEdge.hxx>
 #include <Geom_Plane.hxx>
 #include <gtest/gtest.h>
 
 #include "support/cad_shapes.h"
-#include "support/reference_data.h"
 #include "support/temporary_folder.h"
-#include "zelmo/model/model_3d_feature.h"
 
 namespace xmodelfeature {
 namespace {
@@ -107,48 +101,6 @@ TEST(XReadModel, LeavesOutFacesOfImpossibleArea) {
   EXPECT_EQ(XReadModel::getSurfaceArea(TopoDS_Shape()), 0.0);
   EXPECT_EQ(XReadModel::getVolume(TopoDS_Shape()), 0.0);
   EXPECT_NEAR(XReadModel::getVolume(BRepPrimAPI_MakeBox(1, 2, 3).Shape().Reversed()), -6, 1e-9);
-}
-
-TEST(XReadModel, ReadsInEightThreadsAsInOne) {
-  const zelmo::test::TemporaryFolder folder;
-  const auto step = folder.path() / "part.stp";
-  const auto iges = folder.path() / "part.igs";
-  const TopoDS_Shape part =
-      zelmo::test::together({BRepPrimAPI_MakeBox(1, 2, 3), BRepPrimAPI_MakeCylinder(4, 5)});
-  zelmo::test::writeStep({part}, step);
-  zelmo::test::writeIges({part}, iges);
-  constexpr int kThreads = 8;
-  constexpr int kRounds = 24;
-  // What one reading gives: planes and area, and the volume of a STEP file's solids.
-  const auto look = [&](int thread) {
-    std::string path = (thread % 2 == 0 ? step : iges).string();
-    TopoDS_Shape shape;
-    const int status = thread % 2 == 0 ? XReadModel::readStepFile(path.data(), shape)
-                                       : XReadModel::readIgesFile(path.data(), shape);
-    XModel3DFeature features;
-    features.get3DFeatureData(shape);
-    return std::make_tuple(status, features.planes.size(), features.cylinders.size(),
-                           XReadModel::getSurfaceArea(shape), XReadModel::getVolume(shape));
-  };
-  std::array<decltype(look(0)), 2> alone;
-  zelmo::test::standardOutputOf([&] { alone = {look(0), look(1)}; });
-  EXPECT_EQ(std::get<1>(alone[0]), 7U);
-  EXPECT_NEAR(std::get<3>(alone[1]), 22 + 72 * kPi, 1e-6);
-  std::atomic<int> right{0};
-  const auto work = [&](int thread) {
-    for (int round = 0; round < kRounds; ++round) {
-      right += look(thread) == alone[static_cast<std::size_t>(thread % 2)];
-    }
-  };
-  const std::string printed = zelmo::test::standardOutputOf([&] {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i) threads.emplace_back(work, i);
-    for (auto& thread : threads) thread.join();
-  });
-  EXPECT_EQ(right, kThreads * kRounds);
-  std::string expected;
-  for (int i = 0; i < kThreads / 2 * kRounds; ++i) expected += "NbRoots=1,NbTrans=1\n";
-  EXPECT_EQ(zelmo::test::withoutLoaderLines(printed), expected);
 }
 
 }  // namespace

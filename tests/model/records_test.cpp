@@ -1,14 +1,14 @@
 // SPDX-FileCopyrightText: LibZelmo contributors
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <algorithm>
 #include <cmath>
-#include <functional>
 #include <limits>
 #include <numeric>
 #include <random>
 
-#include <BRepPrimAPI_MakeBox.hxx>
 #include <gmock/gmock.h>
 
+#include "support/rows.h"
 #include "zelmo/model/internal/record_index.h"
 #include "zelmo/model/outline_records.h"
 #include "zelmo/model/solid_records.h"
@@ -16,19 +16,20 @@
 namespace xmodelfeature {
 namespace {
 
-using testing::ElementsAre;
+using testing::ElementsAreArray;
+using zelmo::test::rowOf;
 
+/// 1, 2, 3 and so on.
 std::vector<float> countedFloats(std::size_t count) {
   std::vector<float> values(count);
   std::iota(values.begin(), values.end(), 1.0F);
   return values;
 }
 
-/// Equal up to the last float that is no larger than the tolerance, unequal from the next one on;
-/// the field is 0 in \p record, so the difference carries no rounding.
-template <typename Record>
-void expectTolerance(const Record& record, double tolerance,
-                     const std::function<float&(Record&)>& field) {
+/// Equal up to the last float that is no larger than the tolerance, unequal from the next one on; the
+/// field is 0 in \p record, so the difference carries no rounding.
+template <typename Record, typename FieldOf>
+void expectTolerance(const Record& record, double tolerance, FieldOf field) {
   float inside = static_cast<float>(tolerance);
   if (static_cast<double>(inside) > tolerance) inside = std::nextafter(inside, 0.0F);
   const float outside = std::nextafter(inside, 1.0F);
@@ -43,6 +44,18 @@ void expectTolerance(const Record& record, double tolerance,
   }
 }
 
+/// The same for a number, and for each coordinate of a triple.
+template <typename Record>
+void expectTolerance(const Record& record, double tolerance, float Record::*field) {
+  expectTolerance(record, tolerance, [field](Record& r) -> float& { return r.*field; });
+}
+template <typename Record>
+void expectTolerance(const Record& record, double tolerance, float (Record::*field)[3]) {
+  for (int i = 0; i < 3; ++i) {
+    expectTolerance(record, tolerance, [field, i](Record& r) -> float& { return (r.*field)[i]; });
+  }
+}
+
 /// A record at the origin with its normal along z and its sizes 0.
 template <typename Outline>
 Outline flatOutline() {
@@ -52,242 +65,182 @@ Outline flatOutline() {
   return outline;
 }
 
-template <typename Outline>
-void expectOutlineTolerances() {
+template <typename Outline, typename... Sizes>
+void expectOutlineTolerances(bool major_direction_counts, Sizes... sizes) {
   const Outline outline = flatOutline<Outline>();
-  for (int i = 0; i < 3; ++i) {
-    expectTolerance<Outline>(outline, 0.01, [i](Outline& o) -> float& { return o.center[i]; });
+  expectTolerance(outline, 0.01, &Outline::center);
+  (expectTolerance(outline, 0.01, sizes), ...);
+  Outline turned = outline;
+  for (const float cosine : {-1.0F, 0.981F, 0.979F}) {
+    turned.normal[2] = cosine;
+    EXPECT_EQ(turned == outline, cosine != 0.979F);
   }
-  Outline turned = outline;
-  turned.normal[2] = -1.0F;
-  EXPECT_TRUE(turned == outline);
-  turned.normal[2] = 0.981F;
-  EXPECT_TRUE(turned == outline);
-  turned.normal[2] = 0.979F;
-  EXPECT_FALSE(turned == outline);
-}
-
-template <typename Outline>
-void expectMajorDirectionCounts() {
-  const Outline outline = flatOutline<Outline>();
-  Outline turned = outline;
-  turned.majorDir[0] = -0.981F;
-  EXPECT_TRUE(turned == outline);
-  turned.majorDir[0] = 0.979F;
-  EXPECT_FALSE(turned == outline);
+  turned = outline;
+  for (const float cosine : {-0.981F, 0.979F}) {
+    turned.majorDir[0] = cosine;
+    EXPECT_EQ(turned == outline, cosine < 0 || !major_direction_counts);
+  }
 }
 
 TEST(ModelRecordEquality, OutlinesOfOneHundredth) {
-  expectOutlineTolerances<XFCircle3D>();
-  expectOutlineTolerances<XFOvalGroove3D>();
-  expectOutlineTolerances<XFRectangle3D>();
-  expectOutlineTolerances<XFRoundGroove3D>();
-  expectMajorDirectionCounts<XFOvalGroove3D>();
-  expectMajorDirectionCounts<XFRectangle3D>();
-  expectMajorDirectionCounts<XFRoundGroove3D>();
-
-  const auto sizeOf = [](auto outline, auto size) {
-    using Outline = decltype(outline);
-    expectTolerance<Outline>(flatOutline<Outline>(), 0.01,
-                             [size](Outline& o) -> float& { return o.*size; });
-  };
-  sizeOf(XFCircle3D(), &XFCircle3D::radius);
-  sizeOf(XFOvalGroove3D(), &XFOvalGroove3D::halfStraight);
-  sizeOf(XFOvalGroove3D(), &XFOvalGroove3D::radius);
-  sizeOf(XFRectangle3D(), &XFRectangle3D::halfLength);
-  sizeOf(XFRectangle3D(), &XFRectangle3D::halfWidth);
-  sizeOf(XFRoundGroove3D(), &XFRoundGroove3D::halfLength);
-  sizeOf(XFRoundGroove3D(), &XFRoundGroove3D::halfWidth);
-  sizeOf(XFRoundGroove3D(), &XFRoundGroove3D::cornerRadius);
-
-  XFCircle3D circle = flatOutline<XFCircle3D>();
-  circle.majorDir[0] = 0.0F;
-  EXPECT_TRUE(circle == flatOutline<XFCircle3D>()) << "a circle has no major direction";
+  expectOutlineTolerances<XFCircle3D>(false, &XFCircle3D::radius);
+  expectOutlineTolerances<XFOvalGroove3D>(true, &XFOvalGroove3D::halfStraight,
+                                          &XFOvalGroove3D::radius);
+  expectOutlineTolerances<XFRectangle3D>(true, &XFRectangle3D::halfLength,
+                                         &XFRectangle3D::halfWidth);
+  expectOutlineTolerances<XFRoundGroove3D>(true, &XFRoundGroove3D::halfLength,
+                                           &XFRoundGroove3D::halfWidth,
+                                           &XFRoundGroove3D::cornerRadius);
 }
 
 TEST(ModelRecordEquality, LinesAlsoWithTheirEndsSwapped) {
   const float p[3] = {0, 0, 0}, q[3] = {10, 20, 30};
   const XFLine3D line(p, q);
   EXPECT_TRUE(XFLine3D(q, p) == line);
-  for (int i = 0; i < 3; ++i) {
-    expectTolerance<XFLine3D>(line, 0.01, [i](XFLine3D& l) -> float& { return l.start[i]; });
+  expectTolerance(line, 0.01, &XFLine3D::start);
+  XFLine3D moved = line;  // the nearest floats to 20 and 20.01 lie 0.0100002 apart
+  for (const float y : {20.009F, 20.01F}) {
+    moved.end[1] = y;
+    EXPECT_EQ(moved == line, y < 20.0095F);
   }
-  // The nearest floats to 20 and 20.01 lie 0.0100002 apart.
-  XFLine3D moved = line;
-  moved.end[1] = 20.009F;
-  EXPECT_TRUE(moved == line);
-  moved.end[1] = 20.01F;
-  EXPECT_FALSE(moved == line);
 }
 
 TEST(ModelRecordEquality, PlanesByTheirEquationUpToSign) {
   XFPlane plane;
   plane.c = 1.0F;
-  expectTolerance<XFPlane>(plane, 1e-6, [](XFPlane& p) -> float& { return p.a; });
-  expectTolerance<XFPlane>(plane, 1e-6, [](XFPlane& p) -> float& { return p.b; });
-  expectTolerance<XFPlane>(plane, 1e-6, [](XFPlane& p) -> float& { return p.d; });
+  for (const auto field : {&XFPlane::a, &XFPlane::b, &XFPlane::d}) {
+    expectTolerance(plane, 1e-6, field);
+  }
   plane.d = -250.0F;
   XFPlane reversed = plane;
   reversed.c = -1.0F;
   EXPECT_FALSE(reversed == plane) << "the mirror image of a plane is another plane";
   reversed.d = 250.0F;
-  reversed.center[0] = 1000.0F;
-  reversed.length = 7.0F;
+  reversed.center[0] = reversed.length = 1000.0F;
   EXPECT_TRUE(reversed == plane) << "neither the side nor the patch counts";
 }
 
-TEST(ModelRecordEquality, SpheresOfOneMicron) {
-  const XFSphere sphere;
-  expectTolerance<XFSphere>(sphere, 1e-6, [](XFSphere& s) -> float& { return s.radius; });
-  for (int i = 0; i < 3; ++i) {
-    expectTolerance<XFSphere>(sphere, 1e-6, [i](XFSphere& s) -> float& { return s.center[i]; });
+TEST(ModelRecordEquality, SpheresConesAndCylindersEachToTheirOwnTolerance) {
+  expectTolerance(XFSphere(), 1e-6, &XFSphere::radius);
+  expectTolerance(XFSphere(), 1e-6, &XFSphere::center);
+
+  XFCone cone;
+  cone.axis[1] = 1.0F;
+  for (const auto field : {&XFCone::halfAngle, &XFCone::topRadius, &XFCone::baseRadius}) {
+    expectTolerance(cone, 0.0001, field);
   }
+  expectTolerance(cone, 0.0001, &XFCone::apex);
+  XFCone other = cone;
+  other.height = other.base[0] = other.top[0] = 9.0F;
+  EXPECT_TRUE(other == cone);
+  for (const float cosine : {-1.0F, 0.9998F}) {
+    other.axis[1] = cosine;
+    EXPECT_FALSE(other == cone) << "never equal to one of the opposite direction";
+  }
+
+  XFCylinder cylinder;
+  cylinder.axis[2] = 1.0F;
+  expectTolerance(cylinder, 0.001, &XFCylinder::radius);
+  expectTolerance(cylinder, 0.001, &XFCylinder::base);
+  expectTolerance(cylinder, 0.001, &XFCylinder::top);
 }
 
 TEST(ModelRecordEquality, CylindersAlsoWithTheirEndsSwapped) {
   XFCylinder cylinder;
   cylinder.axis[2] = 1.0F;
   cylinder.top[2] = 5.0F;
-  expectTolerance<XFCylinder>(cylinder, 0.001, [](XFCylinder& c) -> float& { return c.radius; });
-  for (int i = 0; i < 3; ++i) {
-    expectTolerance<XFCylinder>(cylinder, 0.001,
-                                [i](XFCylinder& c) -> float& { return c.base[i]; });
-  }
-  expectTolerance<XFCylinder>(cylinder, 0.001, [](XFCylinder& c) -> float& { return c.top[0]; });
-
   XFCylinder reversed = cylinder;
   reversed.axis[2] = -1.0F;
   EXPECT_FALSE(reversed == cylinder) << "the ends have to be swapped with the axis";
   std::swap(reversed.base, reversed.top);
+  reversed.height = reversed.center[0] = 99.0F;
   EXPECT_TRUE(reversed == cylinder);
   reversed.axis[2] = -0.998F;
   EXPECT_FALSE(reversed == cylinder);
-  XFCylinder swapped = cylinder;
-  std::swap(swapped.base, swapped.top);
-  EXPECT_FALSE(swapped == cylinder);
-  swapped = cylinder;
-  swapped.height = 99.0F;
-  swapped.center[0] = 99.0F;
-  EXPECT_TRUE(swapped == cylinder);
+  reversed.axis[2] = 1.0F;
+  EXPECT_FALSE(reversed == cylinder);
 }
 
-TEST(ModelRecordEquality, ConesOfOneDirection) {
-  XFCone cone;
-  cone.axis[1] = 1.0F;
-  expectTolerance<XFCone>(cone, 0.0001, [](XFCone& c) -> float& { return c.halfAngle; });
-  expectTolerance<XFCone>(cone, 0.0001, [](XFCone& c) -> float& { return c.topRadius; });
-  expectTolerance<XFCone>(cone, 0.0001, [](XFCone& c) -> float& { return c.baseRadius; });
-  expectTolerance<XFCone>(cone, 0.0001, [](XFCone& c) -> float& { return c.apex[2]; });
-  XFCone other = cone;
-  other.height = other.base[0] = other.top[0] = 9.0F;
-  EXPECT_TRUE(other == cone);
-  other.axis[1] = -1.0F;
-  EXPECT_FALSE(other == cone);
-  other.axis[1] = 0.9998F;
-  EXPECT_FALSE(other == cone);
+/// A record takes its own count of floats and no other, and hands all of them to its twin.
+template <typename Record, typename Twin, typename ToRow>
+void expectFields(std::size_t count, void (Record::*convert)(Twin&) const, ToRow to_row) {
+  Twin twin;
+  const std::vector<float> values = countedFloats(count);
+  (Record(values).*convert)(twin);
+  EXPECT_THAT(to_row(twin), ElementsAreArray(values));
+  for (const std::size_t wrong : {count - 1, count + 1}) {
+    (Record(countedFloats(wrong)).*convert)(twin);
+    EXPECT_NE(to_row(twin)[0], 1.0F);
+  }
 }
 
-TEST(ModelRecords, TakeExactlyTheirOwnCountOfFloats) {
-  const auto last = [](auto record, std::size_t count, auto read) {
-    using Record = decltype(record);
-    EXPECT_EQ(read(Record(countedFloats(count))), static_cast<float>(count));
-    EXPECT_NE(read(Record(countedFloats(count + 1))), static_cast<float>(count));
-    EXPECT_NE(read(Record(countedFloats(count - 1))), static_cast<float>(count - 1));
-  };
-  last(XFLine3D(), 6, [](const XFLine3D& r) { return r.end[2]; });
-  last(XFCircle3D(), 10, [](const XFCircle3D& r) { return r.radius; });
-  last(XFOvalGroove3D(), 11, [](const XFOvalGroove3D& r) { return r.radius; });
-  last(XFRectangle3D(), 11, [](const XFRectangle3D& r) { return r.halfWidth; });
-  last(XFRoundGroove3D(), 12, [](const XFRoundGroove3D& r) { return r.cornerRadius; });
-  last(XFSphere(), 4, [](const XFSphere& r) { return r.radius; });
-  last(XFCylinder(), 14, [](const XFCylinder& r) { return r.top[2]; });
-  last(XFCone(), 16, [](const XFCone& r) { return r.topRadius; });
-  last(XFPlane(), 27, [](const XFPlane& r) { return r.corners[11]; });
-}
+TEST(ModelRecords, TakeTheirFloatsAndConvertIntoTheirTwins) {
+  expectFields(10, &XFCircle3D::getCircle,
+               [](const auto& r) { return rowOf(r.center, r.normal, r.majorDir, r.radius); });
+  expectFields(11, &XFOvalGroove3D::getOvalGroove, [](const auto& r) {
+    return rowOf(r.center, r.normal, r.majorDir, r.halfStraight, r.radius);
+  });
+  expectFields(11, &XFRectangle3D::getRectangle, [](const auto& r) {
+    return rowOf(r.center, r.normal, r.majorDir, r.halfLength, r.halfWidth);
+  });
+  expectFields(12, &XFRoundGroove3D::getRoundGroove, [](const auto& r) {
+    return rowOf(r.center, r.normal, r.majorDir, r.halfLength, r.halfWidth, r.cornerRadius);
+  });
+  expectFields(4, &XFSphere::getSphere, [](const auto& r) { return rowOf(r.center, r.radius); });
+  expectFields(14, &XFCylinder::getCylinder, [](const auto& r) {
+    return rowOf(r.center, r.axis, r.radius, r.height, r.base, r.top);
+  });
+  expectFields(16, &XFCone::getCone, [](const auto& r) {
+    return rowOf(r.apex, r.axis, r.halfAngle, r.base, r.top, r.height, r.baseRadius, r.topRadius);
+  });
 
-TEST(ModelRecords, ConvertIntoTheirTwins) {
-  xgeofeature::XFPlane plane;
-  XFPlane(countedFloats(27)).getPlane(plane);
-  EXPECT_THAT(plane.center, ElementsAre(5, 6, 7));
-  EXPECT_THAT(plane.normal, ElementsAre(8, 9, 10));
-  EXPECT_THAT(plane.majorDir, ElementsAre(11, 12, 13));
-  EXPECT_EQ(plane.length, 14.0F);
-  EXPECT_EQ(plane.width, 15.0F);
-  EXPECT_EQ(plane.a, 8.0F);
-  EXPECT_EQ(plane.d, -164.0F) << "computed anew, not the record's own 4";
-
-  xgeofeature::XFCylinder cylinder;
-  XFCylinder(countedFloats(14)).getCylinder(cylinder);
-  EXPECT_THAT(cylinder.center, ElementsAre(1, 2, 3));
-  EXPECT_THAT(cylinder.axis, ElementsAre(4, 5, 6));
-  EXPECT_EQ(cylinder.radius, 7.0F);
-  EXPECT_EQ(cylinder.height, 8.0F);
-  EXPECT_THAT(cylinder.base, ElementsAre(9, 10, 11));
-  EXPECT_THAT(cylinder.top, ElementsAre(12, 13, 14));
-
-  xgeofeature::XFCone cone;
-  XFCone(countedFloats(16)).getCone(cone);
-  EXPECT_THAT(cone.apex, ElementsAre(1, 2, 3));
-  EXPECT_THAT(cone.axis, ElementsAre(4, 5, 6));
-  EXPECT_EQ(cone.halfAngle, 7.0F);
-  EXPECT_THAT(cone.base, ElementsAre(8, 9, 10));
-  EXPECT_THAT(cone.top, ElementsAre(11, 12, 13));
-  EXPECT_EQ(cone.height, 14.0F);
-  EXPECT_EQ(cone.baseRadius, 15.0F);
-  EXPECT_EQ(cone.topRadius, 16.0F);
-
-  xgeofeature::XFRoundGroove3D groove;
-  XFRoundGroove3D(countedFloats(12)).getRoundGroove(groove);
-  EXPECT_THAT(groove.center, ElementsAre(1, 2, 3));
-  EXPECT_THAT(groove.normal, ElementsAre(4, 5, 6));
-  EXPECT_THAT(groove.majorDir, ElementsAre(7, 8, 9));
-  EXPECT_EQ(groove.halfLength, 10.0F);
-  EXPECT_EQ(groove.halfWidth, 11.0F);
-  EXPECT_EQ(groove.cornerRadius, 12.0F);
+  const XFPlane plane(countedFloats(27));
+  EXPECT_THAT(rowOf(plane.a, plane.b, plane.c, plane.d, plane.center, plane.normal, plane.majorDir,
+                    plane.length, plane.width, plane.corners),
+              ElementsAreArray(countedFloats(27)));
+  EXPECT_EQ(XFPlane(countedFloats(26)).a, 0.0F);
+  xgeofeature::XFPlane twin;
+  plane.getPlane(twin);
+  EXPECT_THAT(rowOf(twin.center, twin.normal, twin.majorDir, twin.length, twin.width),
+              ElementsAreArray(rowOf(plane.center, plane.normal, plane.majorDir, 14.0F, 15.0F)));
+  EXPECT_EQ(twin.d, -164.0F) << "computed anew, not the record's own 4";
 
   xgeofeature::XFLine3D2 line;
   XFLine3D(std::vector<float>{1, 2, 3, 1, 6, 6}).getLine(line);
-  EXPECT_THAT(line.center, ElementsAre(1, 4, 4.5F));
-  EXPECT_THAT(line.dir, ElementsAre(0, 0.8F, 0.6F));
-  EXPECT_EQ(line.length, 5.0F);
+  EXPECT_THAT(rowOf(line.center, line.dir, line.length),
+              ElementsAreArray({1.0F, 4.0F, 4.5F, 0.0F, 0.8F, 0.6F, 5.0F}));
+  EXPECT_EQ(XFLine3D(countedFloats(7)).end[2], 0.0F);
 }
 
 TEST(ModelRecords, PlaneCornersComeFromTheSizeNotFromTheStoredCorners) {
-  XFPlane plane(countedFloats(27));
-  const float center[] = {1, 2, 3}, normal[] = {0, 0, 1}, major[] = {0, 1, 0};
-  std::copy_n(center, 3, plane.center);
-  std::copy_n(normal, 3, plane.normal);
-  std::copy_n(major, 3, plane.majorDir);
-  plane.length = 4.0F;
-  plane.width = 2.0F;
+  std::vector<float> values = countedFloats(27);  // center, normal, major direction, length, width
+  std::copy_n(rowOf(1.0F, 2.0F, 3.0F, 0, 0, 1, 0, 1, 0, 4, 2).begin(), 11, values.begin() + 4);
   XFPoint p[4];
-  plane.getCornerPoint(p);
+  XFPlane(values).getCornerPoint(p);
   const float expected[4][3] = {{0, 4, 3}, {0, 0, 3}, {2, 0, 3}, {2, 4, 3}};
   for (int i = 0; i < 4; ++i) {
-    EXPECT_EQ(p[i].x, expected[i][0]);
-    EXPECT_EQ(p[i].y, expected[i][1]);
-    EXPECT_EQ(p[i].z, expected[i][2]);
+    EXPECT_THAT(rowOf(p[i].x, p[i].y, p[i].z), ElementsAreArray(expected[i]));
   }
 }
 
 // ---- the index --------------------------------------------------------------------------------
 
-float spread(std::mt19937& random, float scale, float noise) {
-  std::uniform_int_distribution<int> step(-2, 2);
-  std::uniform_real_distribution<float> jitter(-noise, noise);
-  return static_cast<float>(step(random)) * scale + jitter(random);
-}
-
 /// The index finds what the scan from the last record back finds, on records that lie about a
-/// tolerance apart, some of them reversed.
-template <typename Record, typename Make>
-void expectIndexLikeScan(Make make) {
+/// tolerance apart, some of them far away and some of them reversed.
+template <typename Record, typename Fill>
+void expectIndexLikeScan(
+    float scale, Fill fill, void (*reverse)(Record&) = [](Record&) {}) {
   std::mt19937 random(11);
+  std::uniform_int_distribution<int> step(-2, 2);
+  std::uniform_real_distribution<float> jitter(-scale / 8, scale / 8);
+  const auto place = [&] { return static_cast<float>(step(random)) * scale + jitter(random); };
   std::vector<Record> list;
   zelmo::internal::RecordIndex<Record> index(list);
   int hits = 0;
   for (int i = 0; i < 1500; ++i) {
-    const Record record = make(random);
+    Record record;
+    fill(record, place, i % 4 == 0 ? 6e16F * scale : 0.0F);  // far enough to round the rest
+    if (random() % 2 == 0) reverse(record);
     const auto scanned = std::find_if(list.rbegin(), list.rend(),
                                       [&record](Record& known) { return known == record; });
     const Record* expected = scanned == list.rend() ? nullptr : &*scanned;
@@ -300,42 +253,42 @@ void expectIndexLikeScan(Make make) {
 }
 
 TEST(ModelRecordIndex, FindsWhatAScanFinds) {
-  const auto sign = [](std::mt19937& random) { return random() % 2 == 0 ? 1.0F : -1.0F; };
-  expectIndexLikeScan<XFPlane>([&](std::mt19937& random) {
-    XFPlane plane;
-    plane.c = sign(random);
-    plane.d = spread(random, 2e-5F, 2e-6F);
-    return plane;
+  const auto by_center = [](auto& r, const auto& place, float far) {
+    r.center[0] = place();
+    r.center[2] = far;
+  };
+  const auto by_ends = [](float* start, float* end, const auto& place, float far) {
+    start[0] = place();
+    start[1] = far;
+    end[0] = place();
+  };
+  expectIndexLikeScan<XFPlane>(
+      2e-5F,
+      [](XFPlane& r, const auto& place, float far) {
+        r.a = place();
+        r.c = 1.0F;
+        r.d = far == 0.0F ? place() : far;
+      },
+      [](XFPlane& r) { r.a = -r.a, r.c = -r.c, r.d = -r.d; });
+  expectIndexLikeScan<XFSphere>(2e-5F, by_center);
+  expectIndexLikeScan<XFCylinder>(
+      0.01F,
+      [&](XFCylinder& r, const auto& place, float far) {
+        r.axis[0] = 1.0F;
+        by_ends(r.base, r.top, place, far);
+      },
+      [](XFCylinder& r) { r.axis[0] = -1.0F, std::swap(r.base, r.top); });
+  expectIndexLikeScan<XFCone>(0.001F, [](XFCone& r, const auto& place, float far) {
+    r.axis[0] = 1.0F;
+    r.apex[0] = place();
+    r.apex[2] = far;
   });
-  expectIndexLikeScan<XFSphere>([&](std::mt19937& random) {
-    XFSphere sphere;
-    sphere.center[0] = spread(random, 2e-5F, 2e-6F);
-    return sphere;
+  expectIndexLikeScan<XFLine3D>(0.1F, [&](XFLine3D& r, const auto& place, float far) {
+    by_ends(r.start, r.end, place, far);
   });
-  expectIndexLikeScan<XFCylinder>([&](std::mt19937& random) {
-    XFCylinder cylinder;
-    cylinder.axis[0] = sign(random);
-    cylinder.base[0] = spread(random, 0.01F, 0.002F);
-    cylinder.top[0] = spread(random, 0.01F, 0.002F);
-    if (cylinder.axis[0] < 0) std::swap(cylinder.base, cylinder.top);
-    return cylinder;
-  });
-  expectIndexLikeScan<XFCone>([&](std::mt19937& random) {
-    XFCone cone;
-    cone.axis[0] = 1.0F;
-    cone.apex[0] = spread(random, 0.001F, 2e-4F);
-    return cone;
-  });
-  expectIndexLikeScan<XFLine3D>([&](std::mt19937& random) {
-    XFLine3D line;
-    line.start[0] = spread(random, 0.1F, 0.02F);
-    line.end[0] = spread(random, 0.1F, 0.02F);
-    return line;
-  });
-  expectIndexLikeScan<XFCircle3D>([&](std::mt19937& random) {
-    XFCircle3D circle = flatOutline<XFCircle3D>();
-    circle.center[0] = spread(random, 0.1F, 0.02F);
-    return circle;
+  expectIndexLikeScan<XFCircle3D>(0.1F, [&](XFCircle3D& r, const auto& place, float far) {
+    r = flatOutline<XFCircle3D>();
+    by_center(r, place, far);
   });
 }
 

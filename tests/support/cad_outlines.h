@@ -8,6 +8,10 @@
 #include <BRepBuilderAPI_MakeEdge.hxx>
 #include <BRepBuilderAPI_MakeFace.hxx>
 #include <BRep_Builder.hxx>
+#include <Geom_BSplineCurve.hxx>
+#include <TColStd_Array1OfInteger.hxx>
+#include <TColStd_Array1OfReal.hxx>
+#include <TColgp_Array1OfPnt.hxx>
 #include <TopLoc_Location.hxx>
 #include <TopoDS.hxx>
 #include <TopoDS_Edge.hxx>
@@ -36,6 +40,20 @@ inline TopoDS_Edge arcEdge(double x, double y, double radius, double from, doubl
       BRepBuilderAPI_MakeEdge(circle, std::min(from, to) * kDegree, std::max(from, to) * kDegree)
           .Edge();
   return from <= to ? edge : TopoDS::Edge(edge.Reversed());
+}
+
+/// A spline of degree 1 through the points.
+inline TopoDS_Edge polyEdge(const std::vector<gp_Pnt>& points) {
+  const int count = static_cast<int>(points.size());
+  TColgp_Array1OfPnt poles(1, count);
+  TColStd_Array1OfReal knots(1, count);
+  TColStd_Array1OfInteger multiplicities(1, count);
+  for (int i = 1; i <= count; ++i) {
+    poles(i) = points[static_cast<std::size_t>(i - 1)];
+    knots(i) = i;
+    multiplicities(i) = i == 1 || i == count ? 2 : 1;
+  }
+  return BRepBuilderAPI_MakeEdge(new Geom_BSplineCurve(poles, knots, multiplicities, 1)).Edge();
 }
 
 /// The edges of a slot about the origin, counter-clockwise, from the bottom line on: line, arc, line,
