@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <numeric>
 #include <random>
 
@@ -26,33 +25,32 @@ std::vector<float> countedFloats(std::size_t count) {
   return values;
 }
 
-/// Equal up to the last float that is no larger than the tolerance, unequal from the next one on; the
-/// field is 0 in \p record, so the difference carries no rounding.
-template <typename Record, typename FieldOf>
-void expectTolerance(const Record& record, double tolerance, FieldOf field) {
-  float inside = static_cast<float>(tolerance);
-  if (static_cast<double>(inside) > tolerance) inside = std::nextafter(inside, 0.0F);
-  const float outside = std::nextafter(inside, 1.0F);
-  for (const float sign : {1.0F, -1.0F}) {
-    Record changed = record;
-    field(changed) = sign * inside;
-    EXPECT_TRUE(changed == record) << "off by " << sign * inside;
-    field(changed) = sign * outside;
-    EXPECT_FALSE(changed == record) << "off by " << sign * outside;
-    field(changed) = std::numeric_limits<float>::quiet_NaN();
-    EXPECT_FALSE(changed == record);
-  }
+template <typename Record>
+std::vector<float*> partsOf(Record& record, float Record::*number) {
+  return {&(record.*number)};
+}
+template <typename Record>
+std::vector<float*> partsOf(Record& record, float (Record::*triple)[3]) {
+  float* first = record.*triple;
+  return {first, first + 1, first + 2};
 }
 
-/// The same for a number, and for each coordinate of a triple.
-template <typename Record>
-void expectTolerance(const Record& record, double tolerance, float Record::*field) {
-  expectTolerance(record, tolerance, [field](Record& r) -> float& { return r.*field; });
-}
-template <typename Record>
-void expectTolerance(const Record& record, double tolerance, float (Record::*field)[3]) {
-  for (int i = 0; i < 3; ++i) {
-    expectTolerance(record, tolerance, [field, i](Record& r) -> float& { return (r.*field)[i]; });
+/// Equal up to the last float that is no larger than the tolerance, unequal from the next one on; the
+/// fields are 0 in \p record, so the difference carries no rounding.
+template <typename Record, typename... Fields>
+void expectTolerance(const Record& record, double tolerance, Fields... fields) {
+  float inside = static_cast<float>(tolerance);
+  if (static_cast<double>(inside) > tolerance) inside = std::nextafter(inside, 0.0F);
+  const float outside = std::nextafter(inside, 1.0F), nan = std::nanf("");
+  Record changed = record;
+  for (const auto& parts : {partsOf(changed, fields)...}) {
+    for (float* part : parts) {
+      for (const float value : {inside, -inside, outside, -outside, nan}) {
+        *part = value;
+        EXPECT_EQ(changed == record, std::fabs(value) == inside) << "off by " << value;
+      }
+      *part = 0.0F;
+    }
   }
 }
 
@@ -68,21 +66,18 @@ Outline flatOutline() {
 template <typename Outline, typename... Sizes>
 void expectOutlineTolerances(bool major_direction_counts, Sizes... sizes) {
   const Outline outline = flatOutline<Outline>();
-  expectTolerance(outline, 0.01, &Outline::center);
-  (expectTolerance(outline, 0.01, sizes), ...);
-  Outline turned = outline;
-  for (const float cosine : {-1.0F, 0.981F, 0.979F}) {
+  expectTolerance(outline, 0.01, &Outline::center, sizes...);
+  for (const float cosine : {-1.0F, 0.981F, -0.981F, 0.979F}) {
+    Outline turned = outline;
     turned.normal[2] = cosine;
     EXPECT_EQ(turned == outline, cosine != 0.979F);
-  }
-  turned = outline;
-  for (const float cosine : {-0.981F, 0.979F}) {
+    turned = outline;
     turned.majorDir[0] = cosine;
-    EXPECT_EQ(turned == outline, cosine < 0 || !major_direction_counts);
+    EXPECT_EQ(turned == outline, cosine != 0.979F || !major_direction_counts);
   }
 }
 
-TEST(ModelRecordEquality, OutlinesOfOneHundredth) {
+TEST(ModelRecordEquality, EachToItsOwnTolerance) {
   expectOutlineTolerances<XFCircle3D>(false, &XFCircle3D::radius);
   expectOutlineTolerances<XFOvalGroove3D>(true, &XFOvalGroove3D::halfStraight,
                                           &XFOvalGroove3D::radius);
@@ -91,26 +86,32 @@ TEST(ModelRecordEquality, OutlinesOfOneHundredth) {
   expectOutlineTolerances<XFRoundGroove3D>(true, &XFRoundGroove3D::halfLength,
                                            &XFRoundGroove3D::halfWidth,
                                            &XFRoundGroove3D::cornerRadius);
-}
-
-TEST(ModelRecordEquality, LinesAlsoWithTheirEndsSwapped) {
-  const float p[3] = {0, 0, 0}, q[3] = {10, 20, 30};
-  const XFLine3D line(p, q);
-  EXPECT_TRUE(XFLine3D(q, p) == line);
-  expectTolerance(line, 0.01, &XFLine3D::start);
-  XFLine3D moved = line;  // the nearest floats to 20 and 20.01 lie 0.0100002 apart
-  for (const float y : {20.009F, 20.01F}) {
-    moved.end[1] = y;
-    EXPECT_EQ(moved == line, y < 20.0095F);
-  }
-}
-
-TEST(ModelRecordEquality, PlanesByTheirEquationUpToSign) {
+  expectTolerance(XFSphere(), 1e-6, &XFSphere::radius, &XFSphere::center);
   XFPlane plane;
   plane.c = 1.0F;
-  for (const auto field : {&XFPlane::a, &XFPlane::b, &XFPlane::d}) {
-    expectTolerance(plane, 1e-6, field);
+  expectTolerance(plane, 1e-6, &XFPlane::a, &XFPlane::b, &XFPlane::d);
+  XFCone cone;
+  cone.axis[1] = 1.0F;
+  expectTolerance(cone, 0.0001, &XFCone::apex, &XFCone::halfAngle, &XFCone::topRadius,
+                  &XFCone::baseRadius);
+  XFCylinder cylinder;
+  cylinder.axis[2] = 1.0F;
+  expectTolerance(cylinder, 0.001, &XFCylinder::radius, &XFCylinder::base, &XFCylinder::top);
+}
+
+TEST(ModelRecordEquality, WhatCountsAndWhatDoesNot) {
+  const float p[3] = {0, 0, 0}, q[3] = {10, 20, 30};
+  const XFLine3D line(p, q);
+  expectTolerance(line, 0.01, &XFLine3D::start);
+  XFLine3D moved(q, p);
+  EXPECT_TRUE(moved == line) << "lines also with their ends swapped";
+  for (const float y : {20.009F, 20.01F}) {  // the floats next to 20 and 20.01 lie 0.0100002 apart
+    moved.start[1] = y;
+    EXPECT_EQ(moved == line, y < 20.0095F);
   }
+
+  XFPlane plane;
+  plane.c = 1.0F;
   plane.d = -250.0F;
   XFPlane reversed = plane;
   reversed.c = -1.0F;
@@ -118,18 +119,9 @@ TEST(ModelRecordEquality, PlanesByTheirEquationUpToSign) {
   reversed.d = 250.0F;
   reversed.center[0] = reversed.length = 1000.0F;
   EXPECT_TRUE(reversed == plane) << "neither the side nor the patch counts";
-}
-
-TEST(ModelRecordEquality, SpheresConesAndCylindersEachToTheirOwnTolerance) {
-  expectTolerance(XFSphere(), 1e-6, &XFSphere::radius);
-  expectTolerance(XFSphere(), 1e-6, &XFSphere::center);
 
   XFCone cone;
   cone.axis[1] = 1.0F;
-  for (const auto field : {&XFCone::halfAngle, &XFCone::topRadius, &XFCone::baseRadius}) {
-    expectTolerance(cone, 0.0001, field);
-  }
-  expectTolerance(cone, 0.0001, &XFCone::apex);
   XFCone other = cone;
   other.height = other.base[0] = other.top[0] = 9.0F;
   EXPECT_TRUE(other == cone);
@@ -140,25 +132,14 @@ TEST(ModelRecordEquality, SpheresConesAndCylindersEachToTheirOwnTolerance) {
 
   XFCylinder cylinder;
   cylinder.axis[2] = 1.0F;
-  expectTolerance(cylinder, 0.001, &XFCylinder::radius);
-  expectTolerance(cylinder, 0.001, &XFCylinder::base);
-  expectTolerance(cylinder, 0.001, &XFCylinder::top);
-}
-
-TEST(ModelRecordEquality, CylindersAlsoWithTheirEndsSwapped) {
-  XFCylinder cylinder;
-  cylinder.axis[2] = 1.0F;
   cylinder.top[2] = 5.0F;
-  XFCylinder reversed = cylinder;
-  reversed.axis[2] = -1.0F;
-  EXPECT_FALSE(reversed == cylinder) << "the ends have to be swapped with the axis";
-  std::swap(reversed.base, reversed.top);
-  reversed.height = reversed.center[0] = 99.0F;
-  EXPECT_TRUE(reversed == cylinder);
-  reversed.axis[2] = -0.998F;
-  EXPECT_FALSE(reversed == cylinder);
-  reversed.axis[2] = 1.0F;
-  EXPECT_FALSE(reversed == cylinder);
+  XFCylinder swapped = cylinder;
+  std::swap(swapped.base, swapped.top);
+  swapped.height = swapped.center[0] = 99.0F;
+  for (const float cosine : {1.0F, -1.0F, -0.998F}) {
+    swapped.axis[2] = cosine;
+    EXPECT_EQ(swapped == cylinder, cosine == -1.0F) << "the ends have to be swapped with the axis";
+  }
 }
 
 /// A record takes its own count of floats and no other, and hands all of them to its twin.
