@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+#include <BRepAdaptor_Curve.hxx>
 #include <GC_MakeArcOfCircle.hxx>
 #include <GeomConvert.hxx>
 #include <Geom_BezierCurve.hxx>
@@ -34,7 +35,7 @@ TopoDS_Edge peakOf(double excess) {
 }
 
 TopoDS_Edge splineArc(double radius, double degrees) {
-  const gp_Circ circle(gp_Ax2(gp_Pnt(1, 2, 3), gp_Dir(1, 2, 2)), radius);
+  const gp_Circ circle(gp_Ax2(gp_Pnt(1, 2, 3), gp_Dir(1, 3, 2)), radius);
   const Handle(Geom_TrimmedCurve) arc =
       GC_MakeArcOfCircle(circle, 0, degrees * kDegree, true).Value();
   return BRepBuilderAPI_MakeEdge(GeomConvert::CurveToBSplineCurve(arc)).Edge();
@@ -102,11 +103,22 @@ TEST(XModelFeatureEdge, NumbersOfALineAndOfASplineArc) {
   XModelFeature::getBaseEdgeInfo(TopoDS::Edge(lineEdge(1, 2, 3, 4).Reversed()), type, data);
   EXPECT_THAT(data, ElementsAre(1, 2, 0, 3, 4, 0));
   XModelFeature::getBaseEdgeInfo(splineArc(7, 80), type, data);
-  const float sign = data.at(3) < 0 ? -1.0F : 1.0F, third = sign / 3;
-  const float across =
-      static_cast<float>(std::sqrt(0.8));  // the largest of (1, 2, 2) is the first 2
-  EXPECT_THAT(data, Pointwise(FloatNear(1e-4F), {1.0F, 2.0F, 3.0F, third, 2 * third, 2 * third,
-                                                 across, -across / 2, 0.0F, 7.0F}));
+  const float part = (data.at(3) < 0 ? -1.0F : 1.0F) / std::sqrt(14.0F);
+  const float across = std::sqrt(0.9F);  // the component 3 is the largest
+  EXPECT_THAT(data, Pointwise(FloatNear(1e-4F), {1.0F, 2.0F, 3.0F, part, 3 * part, 2 * part, across,
+                                                 -across / 3, 0.0F, 7.0F}));
+  // The major direction is rounded once, at the end.
+  for (int degrees = 1; degrees < 90; ++degrees) {
+    gp_Trsf turn;
+    turn.SetRotation(gp_Ax1(gp::Origin(), gp_Dir(3, 1, 2)), degrees * kDegree);
+    const TopoDS_Edge edge = TopoDS::Edge(arcEdge(1, 2, 3, 0, 90).Moved(turn));
+    const gp_Dir n = BRepAdaptor_Curve(edge).Circle().Axis().Direction();
+    if (std::fabs(n.Z()) < std::max(std::fabs(n.X()), std::fabs(n.Y()))) continue;
+    const long double slope = static_cast<long double>(n.X()) / n.Z();
+    XModelFeature::getBaseEdgeInfo(edge, type, data);
+    EXPECT_EQ(data.at(6), static_cast<float>(1 / std::sqrt(1 + slope * slope))) << degrees;
+    EXPECT_EQ(data.at(8), static_cast<float>(-slope / std::sqrt(1 + slope * slope))) << degrees;
+  }
   TopoDS_Edge no_edge;
   no_edge.TShape(patchOf(new Geom_Plane(gp::XOY()), 0, 1, 0, 1).TShape());
   EXPECT_THROW(XModelFeature::getBaseEdgeInfo(no_edge, type, data), Standard_TypeMismatch);

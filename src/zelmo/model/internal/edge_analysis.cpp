@@ -69,12 +69,10 @@ std::optional<gp_Circ> arcOfSpline(const EdgeCurve& edge) {
 }
 
 void writeCircle(const gp_Circ& circle, std::vector<float>& data) {
-  const gp_XYZ normal = roundedToFloat(circle.Axis().Direction().XYZ());
-  const float n[3] = {static_cast<float>(normal.X()), static_cast<float>(normal.Y()),
-                      static_cast<float>(normal.Z())};
+  const gp_XYZ n = circle.Axis().Direction().XYZ();
   // CONTRACT: the major direction comes from the normal, not from the circle's own X direction.
-  const auto major = perpendicularTo(n);
-  FloatRow(data) << circle.Location().XYZ() << normal << major[0] << major[1] << major[2]
+  const cv::Vec3d major = perpendicularTo(cv::Vec3d(n.X(), n.Y(), n.Z()));
+  FloatRow(data) << circle.Location().XYZ() << n << major[0] << major[1] << major[2]
                  << circle.Radius();
 }
 
