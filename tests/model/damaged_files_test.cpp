@@ -73,7 +73,7 @@ End endInChild(zelmo::test::Reader reader, const std::string& path, bool& has_re
   has_read = false;
   const pid_t child = fork();
   if (child == 0) {
-    const rlimit seconds = {5, 6};
+    const rlimit seconds = {2, 3};
     setrlimit(RLIMIT_CPU, &seconds);
     const int nowhere = open("/dev/null", O_WRONLY);
     dup2(nowhere, STDOUT_FILENO);

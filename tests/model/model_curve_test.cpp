@@ -243,22 +243,19 @@ TEST(XModelCurveSplit, ArcsWithinTheirChordError) {
 }
 
 TEST(XModelCurveSplit, OtherCurvesAreHalvedWhereTheyBend) {
-  const gp_Elips ellipse(gp_Ax2(gp_Pnt(0, 0, 0), gp_Dir(0, 0, 1)), 50, 20);
+  const gp_Elips ellipse(gp::XOY(), 50, 20), large(gp::XOY(), 5e4, 4e4);
   const auto points = pointsOf(BRepBuilderAPI_MakeEdge(ellipse, 0.0, 3.0).Edge());
   ASSERT_GT(points.size(), 10U);
   ASSERT_LE(points.size(), 129U);
-  for (std::size_t i = 0; i < points.size(); ++i) {
-    EXPECT_NEAR(std::hypot(points[i].x / 50, points[i].y / 20), 1.0, 1e-6);
-    if (i > 0) {
-      EXPECT_LT(points[i].x, points[i - 1].x);
-      // The ellipse's own point between the two lies about 0.05 off their middle at most.
-      const double t = (std::acos(points[i].x / 50.0) + std::acos(points[i - 1].x / 50.0)) / 2;
-      const double x = (points[i].x + points[i - 1].x) / 2 - 50 * std::cos(t);
-      const double y = (points[i].y + points[i - 1].y) / 2 - 20 * std::sin(t);
-      EXPECT_LT(std::hypot(x, y), 0.06);
-    }
+  for (std::size_t i = 1; i < points.size(); ++i) {
+    const XFPoint &p = points[i], &q = points[i - 1];
+    EXPECT_NEAR(std::hypot(p.x / 50, p.y / 20), 1.0, 1e-6);
+    EXPECT_LT(p.x, q.x);
+    // The ellipse's own point between the two lies about 0.05 off their middle at most.
+    const double t = (std::acos(p.x / 50.0) + std::acos(q.x / 50.0)) / 2;
+    const double x = (p.x + q.x) / 2 - 50 * std::cos(t), y = (p.y + q.y) / 2 - 20 * std::sin(t);
+    EXPECT_LT(std::hypot(x, y), 0.06);
   }
-  const gp_Elips large(gp_Ax2(gp_Pnt(0, 0, 0), gp_Dir(0, 0, 1)), 5e4, 4e4);
   EXPECT_THAT(pointsOf(BRepBuilderAPI_MakeEdge(large, 0.0, 3.0).Edge()), SizeIs(129));
   EXPECT_THAT(pointsOf(BRepBuilderAPI_MakeEdge(ellipse).Edge()), SizeIs(2)) << "ends coincide";
   EXPECT_THAT(pointsOf(bezierEdge()), SizeIs(2)) << "nothing to bend";

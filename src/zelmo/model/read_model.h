@@ -13,6 +13,10 @@ namespace xmodelfeature {
 /// Lengths arrive in millimetres, whatever unit the file is written in. The readers may be called
 /// from several threads: one of them works at a time, in the whole process. What OpenCASCADE throws
 /// passes to the caller.
+///
+/// \note A damaged file can make OpenCASCADE's reader crash or run for ever, as a STEP file does whose
+///     references lead to nothing or in a circle. Files from strangers are read in a process of their
+///     own, with a limit to its time.
 class ZELMO_EXPORT XReadModel {
  public:
   /// Reads a STEP file: all of its roots, as one shape (a compound when there are several).
