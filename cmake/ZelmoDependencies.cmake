@@ -6,6 +6,11 @@ find_package(GSL REQUIRED)
 find_package(Boost REQUIRED)
 find_package(OpenCASCADE REQUIRED)
 find_package(ZelmoPCL REQUIRED)
+# The system's own choice of LAPACK, not the one that happens to be found first: what the library links
+# must not depend on what else is installed.
+if(NOT DEFINED BLA_VENDOR)
+  set(BLA_VENDOR Generic)
+endif()
 find_package(LAPACK REQUIRED)
 find_package(Threads REQUIRED)
 

@@ -3,18 +3,19 @@
 include(CMakePackageConfigHelpers)
 
 set(zelmo_config_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Zelmo")
+# Three components, one a package: what a host runs with, what it builds with, the programs.
 install(TARGETS zelmo EXPORT ZelmoTargets
-  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-  FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
-install(EXPORT ZelmoTargets NAMESPACE Zelmo:: DESTINATION "${zelmo_config_dir}")
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT library NAMELINK_COMPONENT dev
+  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT dev
+  FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT dev)
+install(EXPORT ZelmoTargets NAMESPACE Zelmo:: DESTINATION "${zelmo_config_dir}" COMPONENT dev)
 configure_package_config_file(cmake/ZelmoConfig.cmake.in
   "${PROJECT_BINARY_DIR}/ZelmoConfig.cmake" INSTALL_DESTINATION "${zelmo_config_dir}")
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/ZelmoConfigVersion.cmake"
   COMPATIBILITY SameMajorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/ZelmoConfig.cmake"
   "${PROJECT_BINARY_DIR}/ZelmoConfigVersion.cmake" cmake/FindZelmoPCL.cmake
-  DESTINATION "${zelmo_config_dir}")
+  DESTINATION "${zelmo_config_dir}" COMPONENT dev)
 
 # Hosts without CMake. PCL's and OpenCASCADE's directories are named here, since neither has a
 # pkg-config file that says them all.
@@ -23,8 +24,9 @@ list(GET OpenCV_INCLUDE_DIRS 0 zelmo_pc_opencv_dir)
 file(RELATIVE_PATH zelmo_pc_prefix "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 string(REGEX REPLACE "/$" "" zelmo_pc_prefix "\${pcfiledir}/${zelmo_pc_prefix}")
 configure_file(cmake/zelmo.pc.in "${PROJECT_BINARY_DIR}/zelmo.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/zelmo.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
-install(FILES LICENSE README.md CHANGELOG.md DESTINATION "${CMAKE_INSTALL_DOCDIR}")
+install(FILES "${PROJECT_BINARY_DIR}/zelmo.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
+  COMPONENT dev)
+install(FILES LICENSE README.md CHANGELOG.md DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT dev)
 if(TARGET inspect)
-  install(TARGETS inspect DESTINATION "${CMAKE_INSTALL_BINDIR}")
+  install(TARGETS inspect DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
 endif()

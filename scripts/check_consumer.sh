@@ -31,4 +31,14 @@ quietly c++ -std=c++17 "$work/consumer/consumer.cpp" -o "$work/by-pkg-config" \
   $(pkg-config --cflags --libs zelmo)
 LD_LIBRARY_PATH=$(pkg-config --variable=libdir zelmo) "$work/by-pkg-config"
 
+# Every program that README and documents show.
+for page in README.md docs/*.md; do
+  awk '/^```cpp/ {take = 1; next} /^```/ {take = 0} take' "$page" > "$work/sample.cpp"
+  grep -q 'int main' "$work/sample.cpp" || continue
+  # shellcheck disable=SC2046
+  quietly c++ -std=c++17 -Wall "$work/sample.cpp" -o "$work/sample" $(pkg-config --cflags --libs zelmo)
+  LD_LIBRARY_PATH=$(pkg-config --variable=libdir zelmo) quietly "$work/sample"
+  echo "the program in $page compiles and runs"
+done
+
 if [ -x "$prefix/bin/inspect" ]; then quietly "$prefix/bin/inspect" --version; fi

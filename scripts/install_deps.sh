@@ -15,6 +15,7 @@ packages="
 for option in "$@"; do
   case $option in
     --with-peers) packages="$packages libbenchmark-dev libceres-dev libcgal-dev libeigen3-dev libvtk9-dev" ;;
+    --with-packaging) packages="$packages dpkg-dev" ;;
     --with-lint) packages="$packages clang clang-format clang-tidy python3" ;;
     *)
       echo "install_deps.sh: unknown option $option" >&2
