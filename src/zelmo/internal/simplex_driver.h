@@ -31,7 +31,8 @@ class GslErrorsOff {
 };
 
 /// Steps the simplex until its size falls below 1e-12, GSL reports no progress, or \p max_iterations
-/// steps are made. The end point stands in the minimiser's x.
+/// steps are made. The end point stands in the minimiser's x. A descent that repeats itself is not
+/// followed to the limit: end point and number of steps are those it would have come to.
 /// \return the number of steps; 0 when the minimiser refused the start (the objective is not finite
 ///     at a corner of the first simplex), and then x is not to be used
 int descend(gsl_multimin_function* function, gsl_multimin_fminimizer* minimiser,
