@@ -1,269 +1,178 @@
 // SPDX-FileCopyrightText: LibZelmo contributors
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// How far the fits end from the least-squares solution of the same float points, which is computed
-// here in long double. Prints one row a set; run it alone to read the table:
-//     zelmo_simplex_test --gtest_filter='Accuracy*'
+// How far fits by least squares end from the least-squares solution of the same float points, which
+// is computed here in long double. Prints one row a set; circles stand here beside their siblings.
+// Run it alone to read the table:
+//     zelmo_simplex_test --gtest_filter='*Accuracy*'
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <random>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "simplex/families.h"
 #include "support/captured_output.h"
 #include "support/parameter_names.h"
 #include "support/reference_fits.h"
-#include "zelmo/simplex/cone_fit.h"
-#include "zelmo/simplex/cylinder_fit.h"
-#include "zelmo/simplex/line_fit.h"
-#include "zelmo/simplex/sphere_fit.h"
+#include "zelmo/curvefit/circle_fit.h"
 
 namespace zelmo::test {
 namespace {
 
-using Real = long double;
-using Params = std::vector<Real>;
-using Points = std::vector<float>;
-
-enum class Kind { Line, Sphere, Cylinder, Cone };
-
-LongVector at(const Points& points, std::size_t i) {
-  return {points[3 * i], points[3 * i + 1], points[3 * i + 2]};
+Real algebraicSphere(const Params& p, const Vec& q, const Vec& /*u*/, int /*which*/) {
+  return q.dot(q) - p[6] * p[6];
 }
-LongVector minus(const LongVector& a, const Real* b) {
-  return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
-}
-Real norm(const LongVector& v) { return std::sqrt(dot(v, v)); }
-LongVector unit(const Real* d) {
-  const Real length = std::sqrt(d[0] * d[0] + d[1] * d[1] + d[2] * d[2]);
-  return {d[0] / length, d[1] / length, d[2] / length};
-}
-LongVector cross(const LongVector& a, const LongVector& b) {
-  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+Real algebraicCircle(const Params& p, const Vec& q, const Vec& u, int /*which*/) {
+  return q.cross(u).dot(q.cross(u)) - p[6] * p[6];
 }
 
-/// Residuals of one point; the line has three, so that its distance is their root sum of squares.
-void residualsOf(Kind kind, const LongVector& p, const Params& q, std::vector<Real>& out) {
-  const LongVector offset = minus(p, q.data());
-  if (kind == Kind::Sphere) {
-    out.push_back(norm(offset) - q[3]);
-    return;
+Params solution(const Points& points, const Params& start, const Residual& residual,
+                int per_point) {
+  const auto count = static_cast<int>(points.size());
+  if (residual == &algebraicCircle) {  // the direction stays: it is that of the fitted plane
+    const Vec u = Vec(&start[3]).unit();
+    const Vec x = u.cross({0.3L, 0.5L, 0.8L}).unit();
+    const auto full = [&](const Params& p) {
+      const Vec c = Vec(start.data()) + x * p[0] + u.cross(x) * p[1];
+      return Params{c.x, c.y, c.z, u.x, u.y, u.z, p[2]};
+    };
+    return full(leastSquares({0, 0, start[6]}, count, [&](const Params& p, int i) {
+      return residualOf(residual, full(p), Vec(points[i]), 0);
+    }));
   }
-  const LongVector u = unit(&q[3]);
-  const LongVector across = cross(offset, u);
-  if (kind == Kind::Line) {
-    out.insert(out.end(), across.begin(), across.end());
-  } else if (kind == Kind::Cylinder) {
-    out.push_back(norm(across) - q[6]);
-  } else {
-    out.push_back(norm(across) - std::fabs(dot(offset, u)) * std::tan(q[6]));
-  }
-}
-
-std::vector<Real> residuals(Kind kind, const Points& points, const Params& q) {
-  std::vector<Real> all;
-  for (std::size_t i = 0; i < points.size() / 3; ++i) residualsOf(kind, at(points, i), q, all);
-  return all;
-}
-
-/// Solves a symmetric system by Gauss with pivoting.
-Params solve(std::vector<Params> a, Params b) {
-  const std::size_t n = b.size();
-  for (std::size_t c = 0; c < n; ++c) {
-    std::size_t pivot = c;
-    for (std::size_t r = c; r < n; ++r)
-      pivot = std::fabs(a[r][c]) > std::fabs(a[pivot][c]) ? r : pivot;
-    std::swap(a[c], a[pivot]);
-    std::swap(b[c], b[pivot]);
-    for (std::size_t r = 0; r < n; ++r) {
-      if (r == c) continue;
-      const Real f = a[r][c] / a[c][c];
-      for (std::size_t k = c; k < n; ++k) a[r][k] -= f * a[c][k];
-      b[r] -= f * b[c];
-    }
-  }
-  for (std::size_t c = 0; c < n; ++c) b[c] /= a[c][c];
-  return b;
-}
-
-/// Gauss-Newton in long double from a start nearby. Directions and axis points have one parameter
-/// too many; a ridge far below everything else keeps the system regular.
-Params leastSquares(Kind kind, const Points& points, Params q) {
-  for (int step = 0; step < 40; ++step) {
-    const auto r = residuals(kind, points, q);
-    const std::size_t n = q.size();
-    std::vector<std::vector<Real>> columns;
-    for (std::size_t k = 0; k < n; ++k) {
-      const Real h = 1e-6L * std::max(Real{1}, std::fabs(q[k]));
-      Params ahead = q;
-      Params behind = q;
-      ahead[k] += h;
-      behind[k] -= h;
-      auto column = residuals(kind, points, ahead);
-      const auto low = residuals(kind, points, behind);
-      for (std::size_t i = 0; i < column.size(); ++i) column[i] = (column[i] - low[i]) / (2 * h);
-      columns.push_back(column);
-    }
-    std::vector<Params> a(n, Params(n));
-    Params b(n);
-    for (std::size_t k = 0; k < n; ++k) {
-      for (std::size_t m = 0; m < n; ++m) {
-        for (std::size_t i = 0; i < r.size(); ++i) a[k][m] += columns[k][i] * columns[m][i];
-      }
-      for (std::size_t i = 0; i < r.size(); ++i) b[k] -= columns[k][i] * r[i];
-    }
-    Real trace = 0;
-    for (std::size_t k = 0; k < n; ++k) trace += a[k][k];
-    for (std::size_t k = 0; k < n; ++k) a[k][k] += 1e-13L * trace;
-    const Params change = solve(a, b);
-    for (std::size_t k = 0; k < n; ++k) q[k] += change[k];
-  }
-  return q;
-}
-
-struct Error {
-  double position = 0;   // um: center, or axis at the middle of the points
-  double direction = 0;  // urad
-  double size = 0;       // um: radius; cone: half angle in urad
-};
-
-Error errorOf(Kind kind, const Points& points, const std::vector<double>& fitted,
-              const Params& truth) {
-  LongVector middle{};
-  const std::size_t count = points.size() / 3;
-  for (std::size_t i = 0; i < points.size(); ++i)
-    middle[i % 3] += points[i] / static_cast<Real>(count);
-  const Params f(fitted.begin(), fitted.end());
-  const auto in_micro = [](Real value) { return static_cast<double>(std::fabs(value) * 1e6L); };
-  Error error;
-  if (kind == Kind::Sphere) {
-    error.position = in_micro(norm(minus({f[0], f[1], f[2]}, truth.data()))) / 1e3;
-    error.size = in_micro(f[3] - truth[3]) / 1e3;
-    return error;
-  }
-  const LongVector u = unit(&f[3]);
-  const LongVector v = unit(&truth[3]);
-  error.direction = in_micro(norm(cross(u, v)));
-  // Both axes where they pass the middle of the points.
-  const LongVector a = cross(minus(middle, f.data()), u);
-  const LongVector b = cross(minus(middle, truth.data()), v);
-  const Real turned = dot(u, v) < 0 ? -1 : 1;
-  error.position =
-      in_micro(norm({a[0] - turned * b[0], a[1] - turned * b[1], a[2] - turned * b[2]})) / 1e3;
-  if (kind == Kind::Cylinder) error.size = in_micro(f[6] - truth[6]) / 1e3;
-  // A negative angle and one beyond a right angle are the same cone.
-  if (kind == Kind::Cone) error.size = in_micro(std::atan(std::fabs(std::tan(f[6]))) - truth[6]);
-  return error;
-}
-
-std::vector<double> fitOf(Kind kind, const Points& points, bool three_axes) {
-  const int count = static_cast<int>(points.size() / 3);
-  std::vector<double> p(8);
-  standardOutputOf([&] {
-    switch (kind) {
-      case Kind::Line:
-        x3dfit::XLine3DFit().Fit(points.data(), count, p.data(), x3dfit::LeastSquare);
-        break;
-      case Kind::Sphere:
-        x3dfit::XSphereFit().Fit(points.data(), count, p.data(), x3dfit::LeastSquare);
-        break;
-      case Kind::Cylinder:
-        three_axes
-            ? x3dfit::XCylinderFit().Fit2(points.data(), count, p.data())
-            : x3dfit::XCylinderFit().Fit(points.data(), count, p.data(), x3dfit::LeastSquare);
-        break;
-      case Kind::Cone:
-        three_axes ? x3dfit::XConeFit().Fit2(points.data(), count, p.data(), x3dfit::LeastSquare)
-                   : x3dfit::XConeFit().Fit(points.data(), count, p.data(), x3dfit::LeastSquare);
-        break;
-    }
+  return leastSquares(start, per_point * count, [&](const Params& p, int i) {
+    return residualOf(residual, p, Vec(points[i / per_point]), i % per_point);
   });
-  return p;
 }
 
-/// The stored solution: cylinders name the diameter; cones a point on the axis, the distance from it
-/// to the surface, the full angle in degrees and an axis away from the apex.
-Params referenceStart(Kind kind, const std::string& name) {
+/// The worst of position (um; axes where they pass the middle of the points), direction and half
+/// angle (urad), size (um; of a cone its radius at the middle).
+Real errorOf(const Family& family, const Points& points, const Params& f, const Params& truth) {
+  Vec middle;
+  for (const auto& p : points) middle = middle + Vec(p) * (Real{1} / points.size());
+  const Vec u = Vec(&f[3]).unit();
+  const Vec v = Vec(&truth[3]).unit();
+  const Vec shift = Vec(f.data()) - Vec(truth.data());
+  if (family.name == kSphere.name) return 1e3L * std::max(shift.norm(), std::fabs(f[6] - truth[6]));
+  const Vec from_f = middle - Vec(f.data());
+  const Vec from_truth = middle - Vec(truth.data());
+  const Vec apart = (from_f - u * from_f.dot(u)) - (from_truth - v * from_truth.dot(v));
+  const bool flat = family.name == kPlane.name || family.name == kCircle.name;
+  Real position =
+      flat ? std::fabs(from_truth.dot(v) - from_f.dot(u) * (u.dot(v) < 0 ? -1 : 1)) : apart.norm();
+  if (family.name == kCircle.name) position = shift.norm();
+  const Real turned = 1e6L * u.cross(v).norm();
+  Real size = 1e3L * std::fabs(f[6] - truth[6]);
+  if (family.name == kCone.name) {  // a negative angle and one beyond a right angle: the same cone
+    const Real tangent = std::fabs(std::tan(f[6]));
+    size = std::max(1e6L * std::fabs(std::atan(tangent) - truth[6]),
+                    1e3L * std::fabs(std::fabs(from_f.dot(u)) * tangent -
+                                     std::fabs(from_truth.dot(v)) * std::tan(truth[6])));
+  }
+  return std::max({1e3L * position, turned, size});
+}
+
+Params fitOf(const Family& family, const Points& points, bool three_axes) {
+  const auto count = static_cast<int>(points.size());
+  if (family.name == kCircle.name) {
+    float out[10] = {};
+    xcurve3dfit::XCircle3DFit().Fit(points, out, xcurve3dfit::LeastSquare);
+    return {out[0], out[1], out[2], out[3], out[4], out[5], out[9]};
+  }
+  double p[8] = {};
+  standardOutputOf([&] {
+    const float* at = &points[0].x;
+    if (!three_axes) family.make().by_array(at, count, p, x3dfit::LeastSquare);
+    if (three_axes && family.name == kCone.name)
+      x3dfit::XConeFit().Fit2(at, count, p, x3dfit::LeastSquare);
+    if (three_axes && family.name == kCylinder.name) x3dfit::XCylinderFit().Fit2(at, count, p);
+  });
+  return family.unified(p);
+}
+
+/// The stored solution. Cylinders and circles name the diameter; cones a point on the axis, the
+/// distance from it to the surface, the full angle in degrees and an axis away from the apex.
+Params storedSolution(const Family& family, const std::string& name) {
   std::ifstream in(referenceData("fits/" + name + ".fit"));
   Params q;
   for (double value = 0; in >> value;) q.push_back(value);
-  if (kind == Kind::Cylinder) q[6] /= 2;
-  if (kind == Kind::Cone) {
+  if (family.name == kSphere.name) q.insert(q.begin() + 3, 3, 1);
+  if (family.name == kCylinder.name || family.name == kCircle.name) q[6] /= 2;
+  if (family.name == kCone.name) {
     const Real half = q[7] * std::acos(Real{-1}) / 360;
-    const LongVector u = unit(&q[3]);
-    for (std::size_t k = 0; k < 3; ++k) q[k] -= u[k] * q[6] / std::sin(half);
+    (Vec(q.data()) - Vec(&q[3]).unit() * (q[6] / std::sin(half))).copyTo(q.data());
     q[6] = half;
-    q.pop_back();
   }
+  q.resize(7);
   return q;
 }
 
-/// A noisy scan with a known nominal, full or a quarter around, of a size and at a distance from the
-/// origin.
-struct Scan {
+/// A scan whose least-squares solution is its nominal: the noise is freed of all that a change of the
+/// parameters could take up. Full or a quarter around, of a size, at a distance from the origin.
+Points scanOf(const Family& family, const Params& nominal, double size, double share) {
+  constexpr std::size_t kCount = 150;
+  RandomGeometry random(17);
+  const Vec o = Vec(nominal.data());
+  std::vector<Vec> feet;
+  std::vector<Vec> out;
+  std::vector<Real> noise;
+  std::vector<std::vector<Real>> rows(kCount, std::vector<Real>(7));
+  std::vector<std::vector<Real>> normal(7, std::vector<Real>(7, 0));
+  std::vector<Real> taken(7, 0);
+  for (std::size_t i = 0; i < kCount; ++i) {
+    const bool cap = family.name == kSphere.name;
+    const Real u = random.number(0, 1) * (cap ? 1.5L * share : 1);
+    const Real v = random.number(0, 1) * share;
+    feet.push_back(inSpace(family.at(u, v, 0), size, o));
+    out.push_back(inSpace(family.at(u, v, 1), 1, {}) - inSpace(family.at(u, v, 0), 1, {}));
+    noise.push_back(random.number(-1, 1) * 1e-3L * std::sqrt(size));
+    for (std::size_t k = 0; k < 7; ++k) {
+      Params ahead = nominal;
+      Params behind = nominal;
+      ahead[k] += 1e-6L;
+      behind[k] -= 1e-6L;
+      rows[i][k] = (residualOf(family.residual, ahead, feet[i], 0) -
+                    residualOf(family.residual, behind, feet[i], 0)) /
+                   2e-6L;
+      taken[k] += rows[i][k] * noise[i];
+    }
+    for (std::size_t r = 0; r < 7; ++r)
+      for (std::size_t c = 0; c < 7; ++c) normal[r][c] += rows[i][r] * rows[i][c];
+  }
+  Real trace = 0;
+  for (std::size_t k = 0; k < 7; ++k) trace += normal[k][k];
+  for (std::size_t k = 0; k < 7; ++k) normal[k][k] += 1e-15L * trace;
+  solveInPlace(normal, taken);
   Points points;
-  Params nominal;
+  for (std::size_t i = 0; i < kCount; ++i) {
+    for (std::size_t k = 0; k < 7; ++k) noise[i] -= rows[i][k] * taken[k];
+    points.push_back((feet[i] + out[i] * noise[i]).rounded());
+  }
+  return points;
+}
+
+/// Why sets end further off than the goal. The list must be exact: no set that meets the goal.
+struct Cause {
+  const char* why;
+  const char* sets;  // labels between blanks, or "all"
+  double at_most;
 };
 
-Scan scanOf(Kind kind, double size, double share, double from_origin) {
-  std::mt19937 engine(17);
-  std::uniform_real_distribution<double> unit_number(0, 1);
-  std::normal_distribution<double> noise(0, 1e-3 * std::sqrt(size));
-  const LongVector x = {0.8L, 0.0L, -0.6L};
-  const LongVector y = {0.36L, 0.8L, 0.48L};
-  const LongVector z = cross(x, y);
-  const LongVector o = {from_origin, -0.7L * from_origin, 0.4L * from_origin};
-  const double half_angle = 0.1;
-  Scan scan;
-  for (int i = 0; i < 150; ++i) {
-    const double turn = 6.283185307179586 * share * unit_number(engine);
-    const double height = unit_number(engine);
-    const double e = noise(engine);
-    double across = 0;
-    double along = 4 * size * height;
-    if (kind == Kind::Line) across = e;
-    if (kind == Kind::Cylinder) across = size + e;
-    if (kind == Kind::Cone) across = (along + size) * std::tan(half_angle) + e;
-    if (kind == Kind::Sphere) {
-      across = (size + e) * std::sin(3.1 * share * height);
-      along = (size + e) * std::cos(3.1 * share * height);
-    }
-    for (std::size_t k = 0; k < 3; ++k) {
-      scan.points.push_back(static_cast<float>(o[k] + x[k] * (across * std::cos(turn)) +
-                                               y[k] * (across * std::sin(turn)) + z[k] * along));
-    }
-  }
-  scan.nominal = {o[0], o[1], o[2]};
-  if (kind == Kind::Sphere) {
-    scan.nominal.push_back(size);
-    return scan;
-  }
-  scan.nominal.insert(scan.nominal.end(), z.begin(), z.end());
-  if (kind == Kind::Cylinder) scan.nominal.push_back(size);
-  if (kind == Kind::Cone) {
-    for (std::size_t k = 0; k < 3; ++k) scan.nominal[k] -= z[k] * size;
-    scan.nominal.push_back(half_angle);
-  }
-  return scan;
-}
+constexpr double kLost = 1e12;  // another minimum, far from the feature
 
 struct KindCase {
   const char* name;
-  Kind kind;
+  const Family* family;
   const char* folder;
-  const char* prefix;
-  bool three_axes;  // Fit2
-  /// um and urad within which a descent that finds the feature must end. The algebraic sphere is
-  /// another solution than that of the distances: it is off by the noise squared over the radius,
-  /// and a cap magnifies that.
-  double within;
-  /// Sets from whose start the descent ends in another minimum, hundreds of um away.
-  int lost_references, lost_scans;
+  const char* prefix;  // of the reference sets
+  Residual residual;   // what the method minimises
+  bool three_axes;     // Fit2
+  std::vector<Cause> causes;
 
   friend void PrintTo(const KindCase& c, std::ostream* out) { *out << c.name; }
 };
@@ -271,65 +180,137 @@ struct KindCase {
 class Accuracy : public testing::TestWithParam<KindCase> {
  protected:
   void add(const std::string& label, const Points& points, const Params& start) {
+    constexpr double kGoal = 0.1;  // um, urad
     const KindCase& c = GetParam();
-    const Params truth = leastSquares(c.kind, points, start);
-    const Error e = errorOf(c.kind, points, fitOf(c.kind, points, c.three_axes), truth);
-    std::printf("%-13s %-27s %10.3g um %10.3g urad %10.3g (size)\n", c.name, label.c_str(),
-                e.position, e.direction, e.size);
-    m_worst.push_back(std::max({e.position, e.direction, e.size}));
+    const Params fitted = fitOf(*c.family, points, c.three_axes);
+    const bool own_plane = c.residual == &algebraicCircle;
+    const Params truth = solution(points, own_plane ? fitted : start, c.residual,
+                                  c.residual == c.family->residual ? c.family->residuals : 1);
+    const auto error = static_cast<double>(errorOf(*c.family, points, fitted, truth));
+    const Cause* cause = nullptr;
+    for (const Cause& each : c.causes) {
+      const std::string sets = " " + std::string(each.sets) + " ";
+      if (sets == " all " || sets.find(" " + label + " ") != std::string::npos) cause = &each;
+    }
+    std::printf("%-16s %-8s %10.3g  %s\n", c.name, label.c_str(), error, cause ? cause->why : "");
+    EXPECT_LT(error, cause ? cause->at_most : kGoal) << label;
+    const bool named = cause != nullptr && std::string(cause->sets) != "all";
+    EXPECT_TRUE(!named || error > kGoal) << label << " meets the goal";
+    m_errors.push_back(error);
   }
-  /// Median and largest of the sets' worst figures, and how many descents were lost.
-  void close(int may_be_lost) {
-    std::sort(m_worst.begin(), m_worst.end());
-    ASSERT_FALSE(m_worst.empty());
-    const auto lost =
-        std::count_if(m_worst.begin(), m_worst.end(), [](double e) { return e > 50; });
-    std::printf("%-13s median %.3g, largest %.3g, lost %d of %d\n", GetParam().name,
-                m_worst[m_worst.size() / 2], m_worst.back(), static_cast<int>(lost),
-                static_cast<int>(m_worst.size()));
-    EXPECT_LE(lost, may_be_lost);
-    for (const double worst : m_worst)
-      EXPECT_TRUE(worst < GetParam().within || worst > 50) << worst;
+  void TearDown() override {
+    if (m_errors.empty()) return;
+    std::sort(m_errors.begin(), m_errors.end());
+    std::printf("%-16s median %.3g, largest %.3g um or urad of %d\n", GetParam().name,
+                m_errors[m_errors.size() / 2], m_errors.back(), static_cast<int>(m_errors.size()));
   }
 
  private:
-  std::vector<double> m_worst;
+  std::vector<double> m_errors;
 };
 
 TEST_P(Accuracy, OfReferenceSets) {
   const KindCase& c = GetParam();
   ZELMO_REQUIRE_REFERENCE_DATA(std::string("fits/") + c.folder);
   for (int set = 1; set <= 10; ++set) {
-    const std::string name = std::string(c.folder) + "/" + c.prefix + std::to_string(set);
+    const std::string label = c.prefix + std::to_string(set);
+    const std::string name = std::string(c.folder) + "/" + label;
     if (!std::filesystem::exists(referenceData("fits/" + name + ".ds"))) continue;
-    add(name, referencePoints(name), referenceStart(c.kind, name));
+    if (label == "cir2d9") continue;  // three points: the fit asks for four
+    const auto floats = referencePoints(name);
+    Points points;
+    for (std::size_t i = 0; i < floats.size(); i += 3)
+      points.emplace_back(floats[i], floats[i + 1], floats[i + 2]);
+    add(label, points, storedSolution(*c.family, name));
   }
-  close(GetParam().lost_references);
 }
 
-TEST_P(Accuracy, OfGeneratedScans) {
+TEST_P(Accuracy, OfScansWithAKnownSolution) {
+  const KindCase& c = GetParam();
+  const Family& family = *c.family;
   for (const double size : {1.0, 20.0, 500.0}) {
     for (const double share : {1.0, 0.25}) {
       for (const double from_origin : {0.0, 1000.0}) {
-        char label[64];
-        std::snprintf(label, sizeof label, "size %g, %s, at %g", size,
-                      share < 1 ? "quarter" : "full", from_origin);
-        const Scan scan = scanOf(GetParam().kind, size, share, from_origin);
-        add(label, scan.points, scan.nominal);
+        const std::string label = std::to_string(static_cast<int>(size)) + (share < 1 ? "q" : "") +
+                                  "@" + std::to_string(static_cast<int>(from_origin));
+        const Params nominal = nominalOf(family, size, Vec(1, -0.7L, 0.4L) * from_origin);
+        const Points points = scanOf(family, nominal, size, share);
+        if (from_origin == 0 && size < 500 && share == 1) {  // elsewhere the floats' rounding shows
+          const Params solved = solution(points, nominal, family.residual, family.residuals);
+          EXPECT_LT(errorOf(family, points, nominal, solved), 0.03) << label;
+        }
+        add(label, points, nominal);
       }
     }
   }
-  close(GetParam().lost_scans);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Class, Accuracy,
-    testing::Values(KindCase{"Line", Kind::Line, "Line3d", "lin", false, 0.1, 0, 0},
-                    KindCase{"Sphere", Kind::Sphere, "Sphere", "sph", false, 13, 1, 0},
-                    KindCase{"CylinderFit", Kind::Cylinder, "Cylinder", "cyl", false, 0.1, 4, 0},
-                    KindCase{"CylinderFit2", Kind::Cylinder, "Cylinder", "cyl", true, 0.1, 4, 0},
-                    KindCase{"ConeFit", Kind::Cone, "Cone", "con", false, 1, 8, 8},
-                    KindCase{"ConeFit2", Kind::Cone, "Cone", "con", true, 1, 7, 5}),
+    testing::Values(
+        KindCase{"Plane", &kPlane, "Plane", "pla", kPlane.residual, false, {}},
+        KindCase{"Line", &kLine, "Line3d", "lin", kLine.residual, false, {}},
+        KindCase{"SphereAlgebraic", &kSphere, "Sphere", "sph", algebraicSphere, false, {}},
+        KindCase{"Sphere",
+                 &kSphere,
+                 "Sphere",
+                 "sph",
+                 kSphere.residual,
+                 false,
+                 {{"algebraic minimum of a noisy cap",
+                   "sph1 sph3 sph4 sph5 1q@0 1q@1000 20q@0 20q@1000 500q@0 500q@1000", 80}}},
+        KindCase{"CylinderFit",
+                 &kCylinder,
+                 "Cylinder",
+                 "cyl",
+                 kCylinder.residual,
+                 false,
+                 {{"the start axis lies across", "cyl3 cyl8 cyl9 cyl10", kLost}}},
+        KindCase{"CylinderFit2",
+                 &kCylinder,
+                 "Cylinder",
+                 "cyl",
+                 kCylinder.residual,
+                 true,
+                 {{"start radius 4 to 60 times too small", "cyl3 cyl8 cyl9 cyl10", kLost}}},
+        KindCase{"ConeFit",
+                 &kCone,
+                 "Cone",
+                 "con",
+                 kCone.residual,
+                 false,
+                 {{"the start apex lies among the points",
+                   "con1 con2 con3 con4 con6 con8 con9 con10 1q@0 1q@1000 20@0 20@1000 20q@0 "
+                   "20q@1000 500q@0 500q@1000",
+                   kLost}}},
+        KindCase{"ConeFit2",
+                 &kCone,
+                 "Cone",
+                 "con",
+                 kCone.residual,
+                 true,
+                 {{"the start apex lies among the points",
+                   "con2 con3 con4 con6 con8 con9 con10 1q@0 20@0 20@1000 20q@0 20q@1000 500q@0 "
+                   "500q@1000",
+                   kLost}}},
+        KindCase{"CircleAlgebraic", &kCircle, "Circle2d", "cir2d", algebraicCircle, false, {}},
+        KindCase{"CircleInSpaceAlg", &kCircle, "Circle3d", "cir", algebraicCircle, false, {}},
+        KindCase{"Circle",
+                 &kCircle,
+                 "Circle2d",
+                 "cir2d",
+                 kCircle.residual,
+                 false,
+                 {{"algebraic minimum of a noisy arc", "cir2d1 cir2d3 cir2d5", 13},
+                  {"plane of least absolute distances", "1@1000 1q@1000 20@1000 20q@1000", 13}}},
+        KindCase{"CircleInSpace",
+                 &kCircle,
+                 "Circle3d",
+                 "cir",
+                 kCircle.residual,
+                 false,
+                 {{"plane of least absolute distances",
+                   "cir7 cir10 1@1000 1q@1000 20@1000 20q@1000", 32}}}),
     caseName<KindCase>);
 
 }  // namespace
