@@ -47,14 +47,4 @@ int plainSimplex(Objective objective, std::vector<double>& params, double step,
   return iterations;
 }
 
-/// Sum of share(x, y, z) over interleaved points, one after the other.
-template <typename Share>
-double plainSum(const std::vector<float>& points, Share share) {
-  double sum = 0;
-  for (std::size_t i = 0; i < points.size(); i += 3) {
-    sum += share(points[i], points[i + 1], points[i + 2]);
-  }
-  return sum;
-}
-
 }  // namespace zelmo::bench
