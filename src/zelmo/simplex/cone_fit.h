@@ -40,8 +40,9 @@ class ZELMO_EXPORT XConeFit : public X3DFit {
   /// \param[in] method LeastSquare: smallest sum of squared distances. LeastAbsDev: smallest sum of
   ///     absolute distances. Any other value, Chebyshev among them: the objective of the object's
   ///     last fit, LeastAbsDev on a fresh object.
-  /// \return true in every case. Where the distances are not finite at the start (no points, a NaN
-  ///     or infinite coordinate) the start is the result and "iter:0" is printed.
+  /// \return true in every case. Where the distances are not finite at the start (a NaN or infinite
+  ///     coordinate) the start is the result and "iter:0" is printed. No points give parameters that
+  ///     are no numbers, and the limit of 5000 is printed.
   /// \note The start has its apex inside the points, and the descent from it often ends in a local
   ///     minimum far from the cone: test the distances, or use Fit2 (better, not sure either) or the
   ///     damped fit. The axis may point either way, and nothing keeps a descent from a negative half

@@ -37,8 +37,9 @@ class ZELMO_EXPORT XCylinderFit : public X3DFit {
   ///     radius, height (extent of the points along the axis)
   /// \param[in] method LeastSquare: smallest sum of squared distances. Chebyshev: smallest largest
   ///     distance. Any other value: smallest sum of absolute distances.
-  /// \return true in every case. Where the distances are not finite at the start (no points, a NaN
-  ///     or infinite coordinate) the start is the result, which is then not finite itself.
+  /// \return true in every case. Where the distances are not finite at the start (a NaN or infinite
+  ///     coordinate) the start is the result, which is then not finite itself. No points give
+  ///     parameters that are no numbers.
   /// \note Points spread more across than along the axis (short cylinders) start from a wrong axis
   ///     and may end there: use Fit2. The center is computed from an axis point rounded to float. A
   ///     point within 0.01 of the axis point in each coordinate counts as the radius. Nothing keeps
