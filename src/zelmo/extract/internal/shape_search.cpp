@@ -74,13 +74,21 @@ ZELMO_ALWAYS_INLINE std::vector<FoundKey> findInLanes(const PointGrid& grid, con
   for (const PointGrid::Run& run : grid.runsNear(ball)) {
     for (int at = run.begin; at < run.end; at += kLanes) {
       const PointGrid::Entry* entry = grid.entries() + at;
-      float squared[kLanes];
-      int inside[kLanes];
+      float x[kLanes], y[kLanes], z[kLanes], squared[kLanes];
+      int in_ball[kLanes], inside[kLanes];
+      int any = 0;
       ZELMO_LANE_LOOP for (int k = 0; k < kLanes; ++k) {
-        const float x = entry[k].x, y = entry[k].y, z = entry[k].z;
-        const float dx = x - cx, dy = y - cy, dz = z - cz;
+        x[k] = entry[k].x;
+        y[k] = entry[k].y;
+        z[k] = entry[k].z;
+        const float dx = x[k] - cx, dy = y[k] - cy, dz = z[k] - cz;
         squared[k] = dx * dx + dy * dy + dz * dz;
-        inside[k] = static_cast<int>(squared[k] < limit) & shape.inside(x, y, z);
+        in_ball[k] = static_cast<int>(squared[k] < limit);
+        any |= in_ball[k];
+      }
+      if (any == 0) continue;
+      ZELMO_LANE_LOOP for (int k = 0; k < kLanes; ++k) {
+        inside[k] = in_ball[k] & shape.inside(x[k], y[k], z[k]);
       }
       const int used = std::min(kLanes, run.end - at);
       for (int k = 0; k < used; ++k) {
@@ -93,21 +101,23 @@ ZELMO_ALWAYS_INLINE std::vector<FoundKey> findInLanes(const PointGrid& grid, con
   return found;
 }
 
-constexpr int kDigitBits = 11;
-constexpr std::size_t kFewKeys = 512;  // so few are sorted by comparison
+constexpr std::size_t kFewKeys = 64;     // fewer are sorted by comparison
+constexpr std::size_t kManyKeys = 1024;  // from here on fewer, longer digits pay
 
-/// Sorts by the upper halves of the keys alone; equal ones keep their order.
+/// Sorts by the upper halves of the keys alone, one digit after the other; equal ones keep their
+/// order. Other than comparisons, digits are never mispredicted.
+template <unsigned DigitBits>
 void sortByDistance(std::vector<FoundKey>& keys) {
   const auto [least, greatest] = std::minmax_element(keys.begin(), keys.end());
   const auto first = static_cast<std::uint32_t>(*least >> 32U);
   const auto span = static_cast<std::uint32_t>(*greatest >> 32U) - first;
   std::vector<FoundKey> moved(keys.size());
-  for (unsigned shift = 0; shift < 32 && span >> shift != 0; shift += kDigitBits) {
+  for (unsigned shift = 0; shift < 32 && span >> shift != 0; shift += DigitBits) {
     const auto digit_of = [=](FoundKey key) {
       const auto offset = static_cast<std::uint32_t>(key >> 32U) - first;
-      return (offset >> shift) & ((1U << kDigitBits) - 1U);
+      return (offset >> shift) & ((1U << DigitBits) - 1U);
     };
-    std::array<std::uint32_t, (1U << kDigitBits) + 1> start{};
+    std::array<std::uint32_t, (1U << DigitBits) + 1> start{};
     for (const FoundKey key : keys) ++start[digit_of(key) + 1];
     for (std::size_t d = 1; d < start.size(); ++d) start[d] += start[d - 1];
     for (const FoundKey key : keys) moved[start[digit_of(key)]++] = key;
@@ -152,10 +162,14 @@ ZELMO_FIND_SHAPE(RodShape)
 #undef ZELMO_FIND_SHAPE
 
 std::vector<int> sortedIndices(std::vector<FoundKey> keys) {
-  if (keys.size() <= kFewKeys) {
+  if (keys.size() < kFewKeys) {
     std::sort(keys.begin(), keys.end());
   } else {
-    sortByDistance(keys);
+    if (keys.size() < kManyKeys) {
+      sortByDistance<8>(keys);
+    } else {
+      sortByDistance<11>(keys);
+    }
     sortTies(keys);
   }
   std::vector<int> indices(keys.size());
