@@ -47,13 +47,14 @@ double cosineOf(float degrees) { return degrees == 90.0F ? 0.0 : std::cos(degree
 }  // namespace
 
 template <typename Ball, typename Shape>
-std::vector<int> XGeoFeatureExtract::find(const Ball& ball, const Shape& shape) const {
-  return searchShape({cloud, normals, kdtree, m_index.get()}, ball, shape);
+void XGeoFeatureExtract::find(const Ball& ball, const Shape& shape, std::vector<int>& found) const {
+  found.clear();  // also when the search throws
+  found = searchShape({cloud, normals, kdtree, m_index.get()}, ball, shape);
 }
 
 void XGeoFeatureExtract::findRing(const XFCircle3D& circle, float inner, float outer,
                                   std::vector<int>& found) const {
-  found = find(ballAround(circle.center, outer), ringOf(circle, inner, outer, maxDis));
+  find(ballAround(circle.center, outer), ringOf(circle, inner, outer, maxDis), found);
 }
 
 void XGeoFeatureExtract::setData(const float* data, const int& count) {
@@ -72,28 +73,28 @@ void XGeoFeatureExtract::searchBoundaryIndex() {
 }
 
 void XGeoFeatureExtract::searchPlane(const XFPlane& plane) {
-  indexResult = find(ballAround(plane), shapeOf(plane, maxDis));
+  find(ballAround(plane), shapeOf(plane, maxDis), indexResult);
 }
 
 void XGeoFeatureExtract::searchCylinder(const XFCylinder& cylinder) {
-  indexResult = find(ballAround(cylinder), shapeOf(cylinder, maxDis));
+  find(ballAround(cylinder), shapeOf(cylinder, maxDis), indexResult);
 }
 
 void XGeoFeatureExtract::searchCone(const XFCone& cone) {
-  indexResult = find(ballAround(cone), shapeOf(cone, maxDis));
+  find(ballAround(cone), shapeOf(cone, maxDis), indexResult);
 }
 
 void XGeoFeatureExtract::searchSphere(const XFSphere& sphere) {
-  indexResult = find(ballAround(sphere), shapeOf(sphere, maxDis));
+  find(ballAround(sphere), shapeOf(sphere, maxDis), indexResult);
 }
 
 void XGeoFeatureExtract::searchCircle(const XFCircle3D& circle) {
+  indexResult.clear();
   const double limit = std::min(kEdgeBand, kEdgeBandOfRadius * circle.radius);
   const SlabShape slab = {PlaneInDouble::through(circle.center, circle.normal, limit)};
   const std::vector<int> near =
       searchShapeByIndex({cloud, normals, kdtree, m_index.get()},
                          ballAround(circle.center, circle.radius + kAroundEdge), slab);
-  indexResult.clear();
   std::set_intersection(near.begin(), near.end(), indexBoundary.begin(), indexBoundary.end(),
                         std::back_inserter(indexResult));
 }
@@ -108,7 +109,7 @@ void XGeoFeatureExtract::searchCircle(const XFCircle3D& circle, const float& gap
   indexResult.clear();
   indexResult2.clear();
   const BoreWall wall = BoreWall::below(circle, gap, depth, maxDis);
-  if (wall.cylinder.height > 0.0F) indexResult = find(ballAround(wall.cylinder), wall.shape);
+  if (wall.cylinder.height > 0.0F) find(ballAround(wall.cylinder), wall.shape, indexResult);
   if (!withRing) return;
   const float inner = circle.radius + ringGap;
   findRing(circle, inner, inner + ringWidth, indexResult2);
@@ -128,22 +129,22 @@ void XGeoFeatureExtract::searchCircle2(const XFCircle3D& circle, const float& ri
 
 void XGeoFeatureExtract::searchOvalGroove(const XFOvalGroove3D& groove) {
   const auto outline = FlatOutline::of(groove);
-  indexResult = find(ballAround(outline), shapeOf(outline));
+  find(ballAround(outline), shapeOf(outline), indexResult);
 }
 
 void XGeoFeatureExtract::searchRectangle(const XFRectangle3D& rectangle) {
   const auto outline = FlatOutline::of(rectangle);
-  indexResult = find(ballAround(outline), shapeOf(outline));
+  find(ballAround(outline), shapeOf(outline), indexResult);
 }
 
 void XGeoFeatureExtract::searchRoundGroove(const XFRoundGroove3D& groove) {
   const auto outline = FlatOutline::of(groove);
-  indexResult = find(ballAround(outline), shapeOf(outline));
+  find(ballAround(outline), shapeOf(outline), indexResult);
 }
 
 void XGeoFeatureExtract::searchPoint(const XFPoint& point, const float& radius) {
   const float center[3] = {point.x, point.y, point.z};
-  indexResult = find(ballAround(center, radius), Everything());
+  find(ballAround(center, radius), Everything(), indexResult);
 }
 
 int XGeoFeatureExtract::searchPoint(const XFPoint& point, const float& radius, XFPoint& out) {
@@ -151,7 +152,8 @@ int XGeoFeatureExtract::searchPoint(const XFPoint& point, const float& radius, X
   // CONTRACT: the points found are not handed out.
   indexResult.clear();
   const float center[3] = {point.x, point.y, point.z};
-  const std::vector<int> near = find(ballAround(center, radius), Everything());
+  std::vector<int> near;
+  find(ballAround(center, radius), Everything(), near);
   if (near.empty()) return kNoPoints;
   out = meanOf(*cloud, near);
   return 0;
@@ -164,8 +166,8 @@ int XGeoFeatureExtract::searchPoint(const XFPointN& nominal, const float& radius
     return kBadParameter;
   }
   const float reach = std::sqrt(thickness * thickness + radius * radius);
-  indexResult = find(ballAround(nominal.point, reach),
-                     rodAlong(nominal, radius, thickness, cosineOf(angleDegrees)));
+  find(ballAround(nominal.point, reach),
+       rodAlong(nominal, radius, thickness, cosineOf(angleDegrees)), indexResult);
   if (indexResult.empty()) return kNoPoints;
   const XFPoint mean = meanOf(*cloud, indexResult);
   XGeoFConstructor::getProjectionPoint(mean, XFLine3D2(nominal.point, nominal.normal, 1.0F), out);

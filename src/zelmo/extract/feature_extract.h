@@ -43,8 +43,8 @@ namespace xgeofeature {
 /// either leaves the other's alone.
 ///
 /// The fields are the host's to read; a host that replaces \ref cloud, \ref normals or \ref kdtree
-/// by others, of whatever size, gets a search by that tree, which ends in std::out_of_range when
-/// the tree names a point that is not there. Coordinates changed in place are not seen before the
+/// by others, of whatever size, gets a search by that tree, which ends in std::out_of_range and an
+/// empty result when the tree names a point that is not there. Coordinates changed in place are not seen before the
 /// next setData.
 class ZELMO_EXPORT XGeoFeatureExtract {
  public:
@@ -186,7 +186,7 @@ class ZELMO_EXPORT XGeoFeatureExtract {
 
  private:
   template <typename Ball, typename Shape>
-  std::vector<int> find(const Ball& ball, const Shape& shape) const;
+  void find(const Ball& ball, const Shape& shape, std::vector<int>& found) const;
   void findRing(const XFCircle3D& circle, float inner, float outer, std::vector<int>& found) const;
 
   std::shared_ptr<const zelmo::internal::SearchIndex> m_index;
