@@ -2,13 +2,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "zelmo/extract/point_eliminate.h"
 
-#include <array>
+#include <chrono>
+#include <new>
 #include <numeric>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "scan.h"
+#include "task_allocations.h"
+#include "zelmo/internal/cloud_tree.h"
+#include "zelmo/internal/triangle_search.h"
 
 namespace zelmo::test {
 namespace {
@@ -17,12 +22,18 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using xgeofeature::XGeoFeaturePointEliminate;
 using Cloud = pcl::PointCloud<pcl::PointXYZ>;
-using Vertex = std::array<double, 3>;
 
 boost::shared_ptr<Cloud> cloudWith(const std::vector<pcl::PointXYZ>& points) {
   boost::shared_ptr<Cloud> cloud(new Cloud);
   for (const auto& p : points) cloud->push_back(p);
   return cloud;
+}
+
+cv::Vec3d at(const std::vector<float>& triples, int i) {
+  return cv::Vec3f(&triples[static_cast<std::size_t>(3 * i)]);
+}
+void append(std::vector<float>& triples, const cv::Vec3f& v) {
+  triples.insert(triples.end(), v.val, v.val + 3);
 }
 
 /// A wavy sheet of triangles over [0, 10] x [0, 10], as vertices and as corners.
@@ -31,8 +42,8 @@ struct Sheet {
   std::vector<int> faces;
 
   int triangles() const { return static_cast<int>(faces.size() / 3); }
-  float* vertex(int face, int k) {
-    return &vertices[static_cast<std::size_t>(3 * faces[static_cast<std::size_t>(3 * face + k)])];
+  cv::Vec3d vertex(int face, int k) const {
+    return at(vertices, faces[static_cast<std::size_t>(3 * face + k)]);
   }
 };
 
@@ -45,29 +56,20 @@ Sheet wavySheet(int cells, unsigned seed) {
     for (int j = 0; j <= cells; ++j) {
       const float x = (static_cast<float>(i) + jitter(random)) * width;
       const float y = (static_cast<float>(j) + jitter(random)) * width;
-      sheet.vertices.insert(sheet.vertices.end(), {x, y, std::sin(x) * 0.5F + y * 0.25F});
+      append(sheet.vertices, {x, y, std::sin(x) * 0.5F + y * 0.25F});
     }
   }
   for (int i = 0; i < cells; ++i) {
     for (int j = 0; j < cells; ++j) {
-      const int at = i * (cells + 1) + j;
-      sheet.faces.insert(sheet.faces.end(),
-                         {at, at + 1, at + cells + 2, at, at + cells + 2, at + cells + 1});
+      const int corner = i * (cells + 1) + j, next = corner + cells + 1;
+      sheet.faces.insert(sheet.faces.end(), {corner, corner + 1, next + 1});
+      sheet.faces.insert(sheet.faces.end(), {corner, next + 1, next});
     }
   }
   for (int face = 0; face < sheet.triangles(); ++face) {
-    const float *a = sheet.vertex(face, 0), *b = sheet.vertex(face, 1), *c = sheet.vertex(face, 2);
-    const double u[3] = {b[0] - a[0], b[1] - a[1], b[2] - a[2]};
-    const double v[3] = {c[0] - a[0], c[1] - a[1], c[2] - a[2]};
-    const double n[3] = {u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2],
-                         u[0] * v[1] - u[1] * v[0]};
-    const double length = std::sqrt(n[0] * n[0] + n[1] * n[1] + n[2] * n[2]);
-    for (const double component : n) {
-      sheet.normals.push_back(static_cast<float>(component / length));
-    }
-    for (const float* corner : {a, b, c}) {
-      sheet.corners.insert(sheet.corners.end(), corner, corner + 3);
-    }
+    const cv::Vec3d a = sheet.vertex(face, 0), b = sheet.vertex(face, 1), c = sheet.vertex(face, 2);
+    append(sheet.normals, cv::normalize((b - a).cross(c - a)));
+    for (const cv::Vec3d& corner : {a, b, c}) append(sheet.corners, corner);
   }
   return sheet;
 }
@@ -89,41 +91,24 @@ Sheet shuffled(const Sheet& sheet, unsigned seed) {
 /// Whether the foot of \p p on the plane of a face lies in the widened triangle, by areas: every
 /// barycentric coordinate w of the plain triangle maps to one of the enlarged triangle, which is 1.75
 /// times as large about the centroid.
-bool liesOver(Sheet& sheet, int face, const float* p) {
-  const float* n = &sheet.normals[static_cast<std::size_t>(3 * face)];
-  Vertex corner[3], foot{};
-  double height = 0;
-  for (int i = 0; i < 3; ++i) height += (p[i] - sheet.vertex(face, 0)[i]) * double{n[i]};
-  for (std::size_t i = 0; i < 3; ++i) {
-    foot[i] = p[i] - height * n[i];
-    for (int k = 0; k < 3; ++k) corner[k][i] = sheet.vertex(face, k)[i];
-  }
-  const auto area = [&](const Vertex& a, const Vertex& b, const Vertex& c) {
-    double cross[3];
-    for (std::size_t i = 0; i < 3; ++i) {
-      const std::size_t j = (i + 1) % 3, k = (i + 2) % 3;
-      cross[i] = (b[j] - a[j]) * (c[k] - a[k]) - (b[k] - a[k]) * (c[j] - a[j]);
-    }
-    return cross[0] * n[0] + cross[1] * n[1] + cross[2] * n[2];
-  };
-  const double whole = area(corner[0], corner[1], corner[2]);
+bool liesOver(const Sheet& sheet, int face, const cv::Vec3d& p) {
+  const cv::Vec3d n = at(sheet.normals, face);
+  const cv::Vec3d a = sheet.vertex(face, 0), b = sheet.vertex(face, 1), c = sheet.vertex(face, 2);
+  const cv::Vec3d foot = p - (p - a).dot(n) * n;
+  const double whole = (b - a).cross(c - a).dot(n);
   const auto enlarged = [&](double part) { return (part / whole - 1.0 / 3.0) / 1.75 + 1.0 / 3.0; };
-  const double v = enlarged(area(corner[0], foot, corner[2]));  // of corner b
-  const double u = enlarged(area(corner[0], corner[1], foot));  // of corner c
+  const double v = enlarged((foot - a).cross(c - a).dot(n));  // of corner b
+  const double u = enlarged((b - a).cross(foot - a).dot(n));  // of corner c
   return u >= -0.2 && u <= 1.2 && v >= -0.2 && v <= 1.2 && u + v <= 1.2;
 }
 
 /// Tries the ten triangles with the nearest centroids, found by sorting all.
-bool stays(Sheet& sheet, const float* p) {
+bool stays(const Sheet& sheet, const pcl::PointXYZ& point) {
+  const cv::Vec3d p(point.x, point.y, point.z);
   std::vector<std::pair<double, int>> by_distance;
   for (int face = 0; face < sheet.triangles(); ++face) {
-    double squared = 0;
-    for (int i = 0; i < 3; ++i) {
-      const double sum =
-          double{sheet.vertex(face, 0)[i]} + sheet.vertex(face, 1)[i] + sheet.vertex(face, 2)[i];
-      squared += (sum / 3.0 - p[i]) * (sum / 3.0 - p[i]);
-    }
-    by_distance.emplace_back(squared, face);
+    const cv::Vec3d sum = sheet.vertex(face, 0) + sheet.vertex(face, 1) + sheet.vertex(face, 2);
+    by_distance.emplace_back(cv::norm(sum / 3.0 - p), face);
   }
   std::sort(by_distance.begin(), by_distance.end());
   by_distance.resize(std::min<std::size_t>(by_distance.size(), 10));
@@ -131,42 +116,98 @@ bool stays(Sheet& sheet, const float* p) {
                      [&](const auto& near) { return liesOver(sheet, near.second, p); });
 }
 
-TEST(XGeoFeaturePointEliminate, KeepsWhatLiesOverTheTenNearestTriangles) {
-  Sheet sheet = wavySheet(9, 2);
-  std::mt19937 random(8);
-  std::uniform_real_distribution<float> place(-3.0F, 13.0F);
-  std::vector<pcl::PointXYZ> points;
-  for (int i = 0; i < 3000; ++i) points.emplace_back(place(random), place(random), place(random));
-  const auto cloud = cloudWith(points);
-  std::vector<int> candidates, expected;
-  for (int i = 2990; i > 10; i -= 2) {
-    candidates.push_back(i);
-    if (stays(sheet, points[static_cast<std::size_t>(i)].data)) expected.push_back(i);
+class EliminateOverASheet : public testing::Test {
+ protected:
+  EliminateOverASheet() : m_sheet(wavySheet(9, 2)) {
+    std::mt19937 random(8);
+    std::uniform_real_distribution<float> place(-3.0F, 13.0F);
+    std::vector<pcl::PointXYZ> points;
+    for (int i = 0; i < 3000; ++i) points.emplace_back(place(random), place(random), place(random));
+    m_cloud = cloudWith(points);
+    m_normals.assign(3 * points.size(), 0.5F);
+    for (int i = 2990; i > 10; i -= 2) m_candidates.push_back(i);
+  }
+  std::vector<int> staying(const Sheet& sheet) {
+    std::vector<int> result = {1, 2, 3};
+    EXPECT_EQ(m_eliminate.getGeoFeaturePointIndices(m_cloud, m_normals, m_candidates,
+                                                    sheet.corners.data(), sheet.triangles(),
+                                                    sheet.normals.data(), result),
+              0);
+    return result;
+  }
+  /// The same by one task, which is this one.
+  std::vector<int> stayingOneByOne() const {
+    const auto tree =
+        internal::buildTree(m_eliminate.cloudCentroids, internal::NeighbourOrder::AsFound);
+    std::vector<int> kept;
+    for (const int i : m_candidates) {
+      const float* p = m_cloud->at(static_cast<std::size_t>(i)).data;
+      internal::Neighbours near;
+      internal::searchNearest(tree.get(), p, 10, near);
+      if (internal::liesOverAny(m_eliminate.triangles, near.indices, p,
+                                internal::TriangleReach::QuarterEdge)) {
+        kept.push_back(i);
+      }
+    }
+    return kept;
+  }
+
+  Sheet m_sheet;
+  boost::shared_ptr<Cloud> m_cloud;
+  std::vector<float> m_normals;
+  std::vector<int> m_candidates;
+  XGeoFeaturePointEliminate m_eliminate;
+};
+
+TEST_F(EliminateOverASheet, KeepsWhatLiesOverTheTenNearestInAnyOrderOfTriangles) {
+  std::vector<int> expected;
+  for (const int i : m_candidates) {
+    if (stays(m_sheet, m_cloud->at(static_cast<std::size_t>(i)))) expected.push_back(i);
   }
   ASSERT_GT(expected.size(), 300U);
-  ASSERT_LT(expected.size() + 300, candidates.size());
-  const std::vector<float> normals(3 * points.size(), 0.5F);
-  XGeoFeaturePointEliminate eliminate;
-  std::vector<int> result = {1, 2, 3};
+  ASSERT_LT(expected.size() + 300, m_candidates.size());
   for (unsigned seed = 0; seed < 4; ++seed) {
-    Sheet mixed = shuffled(sheet, seed);
-    const int count = mixed.triangles();
-    EXPECT_EQ(eliminate.getGeoFeaturePointIndices(cloud, normals, candidates, mixed.corners.data(),
-                                                  count, mixed.normals.data(), result),
-              0);
-    EXPECT_EQ(result, expected);
-    EXPECT_EQ(eliminate.getGeoFeaturePointIndices(cloud, normals, candidates, mixed.vertices.data(),
-                                                  100, mixed.normals.data(), mixed.faces.data(),
-                                                  count, result),
+    const Sheet mixed = shuffled(m_sheet, seed);
+    EXPECT_EQ(staying(mixed), expected);
+    EXPECT_EQ(stayingOneByOne(), expected);
+    std::vector<int> result;
+    EXPECT_EQ(m_eliminate.getGeoFeaturePointIndices(
+                  m_cloud, m_normals, m_candidates, mixed.vertices.data(), 100,
+                  mixed.normals.data(), mixed.faces.data(), mixed.triangles(), result),
               0);
     EXPECT_EQ(result, expected);
   }
-  EXPECT_EQ(eliminate.triangles.size(), 162U);
-  EXPECT_EQ(eliminate.cloudCentroids->size(), 162U);
-  EXPECT_EQ(eliminate.cloudPoints->size(), candidates.size());
-  EXPECT_EQ(eliminate.cloudPoints->at(1).x, points[2988].x);
-  EXPECT_EQ(eliminate.pointNormals.size(), 3 * candidates.size());
-  EXPECT_EQ(eliminate.kdtree, nullptr);
+  EXPECT_EQ(m_eliminate.triangles.size(), 162U);
+  EXPECT_EQ(m_eliminate.cloudCentroids->size(), 162U);
+  EXPECT_EQ(m_eliminate.cloudPoints->size(), m_candidates.size());
+  EXPECT_EQ(m_eliminate.cloudPoints->at(1).x, m_cloud->at(2988).x);
+  EXPECT_EQ(m_eliminate.pointNormals, std::vector<float>(3 * m_candidates.size(), 0.5F));
+  EXPECT_EQ(m_eliminate.kdtree, nullptr);
+}
+
+TEST_F(EliminateOverASheet, WaitsForAllTasksWhenOneThrows) {
+  const auto candidates = m_candidates;
+  const std::vector<int> expected = staying(m_sheet);
+  while (m_candidates.size() < 60000) {
+    m_candidates.insert(m_candidates.end(), candidates.begin(), candidates.end());
+  }
+  for (const int refused : {1, 2, 5, 500}) {
+    SCOPED_TRACE(refused);
+    std::vector<int> result = {1, 2, 3};
+    const RefusedAllocation refusal(refused);
+    EXPECT_THROW(m_eliminate.getGeoFeaturePointIndices(m_cloud, m_normals, m_candidates,
+                                                       m_sheet.corners.data(), m_sheet.triangles(),
+                                                       m_sheet.normals.data(), result),
+                 std::bad_alloc);
+    const int at_return = refusal.count();
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_EQ(refusal.count(), at_return);
+    EXPECT_GE(at_return, refused);
+    EXPECT_EQ(m_eliminate.kdtree, nullptr);
+    EXPECT_THAT(result, ElementsAre(1, 2, 3));
+  }
+  m_candidates = candidates;
+  EXPECT_EQ(staying(m_sheet), expected);
 }
 
 TEST(XGeoFeaturePointEliminate, DoesNoWorkForFaces) {
@@ -202,13 +243,17 @@ TEST_F(EliminateOverOneTriangle, KeepsPointsAtAnyHeightBelowItsLimit) {
                        {8, 0, 5},         // over a corner
                        {-4.79F, 4, -70},  // -0.2 of the enlarged triangle is -4.8
                        {-4.81F, 4, -70},
+                       {4, -4.79F, 70},
+                       {4, -4.81F, 70},
+                       {6.39F, 6.39F, 1},  // a sum of 1.2 is at 12.8
+                       {6.41F, 6.41F, 1},
                        {2, 2, 99999},
                        {2, 2, -100000},
                        {kNan, 2, 0},
                        {2, kInf, 0},
                        {2, 2, 3e38F}},
-                      {0, 1, 2, 3, 4, 5, 6, 7, 8}),
-              ElementsAre(0, 1, 2, 4));
+                      {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}),
+              ElementsAre(0, 1, 2, 4, 6, 8));
 }
 
 TEST_F(EliminateOverOneTriangle, LeavesOutCandidatesOutsideTheCloud) {

@@ -58,8 +58,7 @@ Scan tubeScan(const CenterLine& line, int count, unsigned seed) {
         along.cross(std::abs(along[0]) < 0.8 ? cv::Vec3d(1, 0, 0) : cv::Vec3d(0, 1, 0)));
     const cv::Vec3d n = aside * std::cos(turn) + along.cross(aside) * std::sin(turn);
     const cv::Vec3d p = line.at(t) + n * (line.radius + noise(random));
-    const auto f = [](double v) { return static_cast<float>(v); };
-    scan.add(f(p[0]), f(p[1]), f(p[2]), f(n[0]), f(n[1]), f(n[2]));
+    scan.add(p, n);
   }
   return scan;
 }
@@ -113,6 +112,8 @@ TEST_P(Trace, FollowsTheCenterLineToItsEnd) {
     EXPECT_GT(tube.points.size(), 0.6 * line.length / line.step);
     if (line.closed) {
       EXPECT_EQ(tube.points.front().Distance(tube.points.back()), 0.0);
+      // The last section of its own reaches the first point.
+      EXPECT_LT(tube.points.rbegin()[1].Distance(tube.points.back()), 1.05 * line.step);
     } else {
       // The last section reaches up to the end, its begin at least into it.
       EXPECT_NEAR(ahead, sense > 0 ? 1.0 : 0.0, 2.0 * line.step / line.length);
@@ -169,6 +170,55 @@ TEST(XPolyLineFit, NeedsTenPointsWithFittingNormalsInABand) {
     if (!c.starts) {
       EXPECT_THAT(tube.points, IsEmpty());
     }
+  }
+}
+
+/// Where a trace along a rod without noise has to stand after each step: the fits are exact there, so
+/// that the lengths alone decide.
+std::vector<double> stationsAlong(const Scan& scan, double radius, double step) {
+  double low = kInf, high = -kInf;
+  const double band = 1.03 * radius;
+  const auto in_section = [&](double begin, double reach, double length, const float* p) {
+    const double along = p[2] - begin - length / 2;
+    return along * along + radius * radius < length * length / 4 + reach * reach;
+  };
+  for (int i = 0; i < scan.count(); ++i) {
+    if (!in_section(0, radius * 1.0000001, step, scan.point(i))) continue;
+    low = std::min<double>(low, scan.point(i)[2]);
+    high = std::max<double>(high, scan.point(i)[2]);
+  }
+  double length = std::min(step, high - low);
+  std::vector<double> stations = {low, low + length};
+  for (;;) {
+    const double begin = stations.back();
+    int count = 0;
+    double reach = 0;
+    for (int i = 0; i < scan.count(); ++i) {
+      if (!in_section(begin, band, length, scan.point(i))) continue;
+      ++count;
+      reach = std::max(reach, std::abs(scan.point(i)[2] - begin));
+    }
+    if (count < 10) return stations;
+    stations.push_back(begin + std::min(reach, length));
+    if (reach <= 1.03 * length) length = std::max(0.85 * length, reach);
+  }
+}
+
+TEST(XPolyLineFit, StepsAdaptToHowFarASectionIsFilled) {
+  const Scan whole = rod(12000, 3, 0.005F, 0);
+  Scan scan;
+  for (int i = 0; i < whole.count(); ++i) {
+    const float* p = whole.point(i);
+    if (p[2] < 22.3F || p[2] > 25.9F) scan.data.insert(scan.data.end(), p, p + 6);  // a gap
+  }
+  XPolyLineFit tube;
+  EXPECT_EQ(fitRod(tube, scan, 3, 6), -2);
+  const auto expected = stationsAlong(scan, 3, 6);
+  ASSERT_GT(expected.size(), 8U);
+  ASSERT_THAT(tube.points, SizeIs(expected.size()));
+  for (std::size_t i = 1; i < expected.size(); ++i) {
+    const double length = tube.points[i].Distance(tube.points[i - 1]);
+    EXPECT_NEAR(length, expected[i] - expected[i - 1], 0.05) << i;
   }
 }
 

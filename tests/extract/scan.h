@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "zelmo/measure/geo_dimension.h"
+#include <opencv2/core.hpp>
 
 namespace zelmo::test {
 
@@ -26,22 +26,26 @@ struct Scan {
   void add(float x, float y, float z, float nx, float ny, float nz) {
     data.insert(data.end(), {x, y, z, nx, ny, nz});
   }
+  void add(const cv::Vec3d& p, const cv::Vec3d& n) {
+    for (const cv::Vec3d& v : {p, n}) {
+      for (int k = 0; k < 3; ++k) data.push_back(static_cast<float>(v[k]));
+    }
+  }
 };
 
-/// Points all over a cube of side 2 \p half with normals in every direction: whatever the shape, some
-/// points are inside and outside of each of its limits. Coordinates are multiples of 1/64 of the
-/// half side, so that many distances are equal. One point in fifty is not finite, one normal neither.
+/// Points all over a cube of side 2 \p half on a lattice of a sixteenth of the half side, so that many
+/// lie exactly on a limit and many distances are equal. Every other normal has halves for components,
+/// the rest point anywhere. One point in fifty is not finite, one normal in a hundred neither.
 inline Scan cubeScan(int count, float half, unsigned seed) {
   std::mt19937 random(seed);
-  std::uniform_int_distribution<int> step(-64, 64);
-  std::normal_distribution<float> bell;
+  std::uniform_int_distribution<int> place(-16, 16), halves(-2, 2);
+  std::normal_distribution<double> bell;
   Scan scan;
   for (int i = 0; i < count; ++i) {
-    const auto coordinate = [&] { return static_cast<float>(step(random)) * half / 64.0F; };
-    const float x = coordinate(), y = coordinate(), z = coordinate();
-    const float nx = bell(random), ny = bell(random), nz = bell(random);
-    const float length = std::sqrt(nx * nx + ny * ny + nz * nz);
-    scan.add(x, y, z, nx / length, ny / length, nz / length);
+    const cv::Vec3d p(place(random), place(random), place(random));
+    const cv::Vec3d any = cv::normalize(cv::Vec3d(bell(random), bell(random), bell(random)));
+    const cv::Vec3d n(halves(random) * 0.5, halves(random) * 0.5, halves(random) * 0.5);
+    scan.add(p * (half / 16.0), i % 2 == 0 ? n : any);
     const int bad = i % 100;
     if (bad == 17) scan.data[scan.data.size() - 6] = kNan;
     if (bad == 51) scan.data[scan.data.size() - 4] = -kInf;
@@ -65,33 +69,8 @@ std::vector<int> bruteForce(const Scan& scan, const float* center, double radius
   }
   std::sort(kept.begin(), kept.end());
   std::vector<int> indices;
-  indices.reserve(kept.size());
   for (const auto& found : kept) indices.push_back(found.second);
   return indices;
-}
-
-inline float dot(const float* a, const float* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
-
-/// The distance from \p p to the line through \p o along \p d as the dimensions measure it.
-inline double toLine(const float* p, const float* o, const float* d) {
-  const float line[6] = {o[0], o[1], o[2], d[0], d[1], d[2]};
-  return xgeomeasure::XGeoDimension::calcDistance_Point2Line(p, line);
-}
-
-inline double toPlane(const float* p, const float* o, const float* n) {
-  const float plane[6] = {o[0], o[1], o[2], n[0], n[1], n[2]};
-  return xgeomeasure::XGeoDimension::calcDistance_Point2Plane(p, plane);
-}
-
-/// The unit vector across \p normal and \p major.
-inline std::vector<float> acrossOf(const float* normal, const float* major) {
-  const double n[3] = {normal[0], normal[1], normal[2]}, m[3] = {major[0], major[1], major[2]};
-  const double c[3] = {n[1] * m[2] - n[2] * m[1], n[2] * m[0] - n[0] * m[2],
-                       n[0] * m[1] - n[1] * m[0]};
-  const double length = std::sqrt(c[0] * c[0] + c[1] * c[1] + c[2] * c[2]);
-  std::vector<float> across;
-  for (const double v : c) across.push_back(static_cast<float>(length > 0 ? v / length : 0.0));
-  return across;
 }
 
 }  // namespace zelmo::test
