@@ -37,6 +37,11 @@ TEST(RotationBetween, CarriesOneDirectionOntoTheOther) {
   }
 }
 
+TEST(RotationBetween, HoldsWhereRoundingPushesTheCosineBeyondOne) {
+  const cv::Vec3d from(1000, -9000, -5000), to = from + cv::Vec3d(-2, 8, 3) * 1e-8;
+  EXPECT_LT(offFromIdentity(rotationBetween(from, to)), 1e-6);
+}
+
 TEST(RotationBetween, ParallelAndOppositeVectorsTakeTwoQuarterTurns) {
   for (const cv::Vec3d& v : {cv::Vec3d(1, 0, 0), cv::Vec3d(0, -2, 0), cv::Vec3d(1, 1, 1)}) {
     EXPECT_LT(offFromIdentity(rotationBetween(v, v)), 1e-12);
@@ -95,12 +100,12 @@ TEST(AlignByPlanes, OnlyTheGuardedFormKeepsTheFirstNormalWhenTheCrossesAreOpposi
   const cv::Vec3d third = first.cross(second);
   const PlaneTriple target = PlaneTriple::through({0, 0, 0}, first, second, third);
   const PlaneTriple source = PlaneTriple::through({1, 2, 3}, first, -second, third);
-  const auto firstNormalAfter = [&](OppositeCross rule) {
-    const auto rigid = alignByPlanes(target, source, rule);
-    return cv::norm(rotateDirection(rigid.value_or(kIdentity), first) - first);
-  };
-  EXPECT_LT(firstNormalAfter(OppositeCross::AboutFirstNormal), 1e-9);
-  EXPECT_GT(firstNormalAfter(OppositeCross::AnyHalfTurn), 0.1);
+  const auto guarded = alignByPlanes(target, source, OppositeCross::AboutFirstNormal);
+  const auto plain = alignByPlanes(target, source, OppositeCross::AnyHalfTurn);
+  ASSERT_TRUE(guarded && plain);
+  EXPECT_LT(cv::norm(rotateDirection(*guarded, first) - first), 1e-9);
+  EXPECT_LT(cv::norm(rotateDirection(*guarded, -second) - second), 1e-9);
+  EXPECT_GT(cv::norm(rotateDirection(*plain, first) - first), 0.1);
 }
 
 TEST(AlignByPlanes, OfASetOntoItselfIsTheIdentity) {
