@@ -65,14 +65,12 @@ Scan tubeScan(const CenterLine& line, int count, unsigned seed) {
 
 /// The nearest place of the line: how far off and at which t.
 std::pair<double, double> placeOn(const CenterLine& line, const XFPoint& p) {
-  const cv::Vec3d point(p.x, p.y, p.z);
-  const auto off = [&](double t) { return cv::norm(line.at(t) - point); };
+  const auto off = [&](double t) { return cv::norm(line.at(t) - cv::Vec3d(p.x, p.y, p.z)); };
   double best = 0;
   for (int i = 0; i <= 4000; ++i) {
     if (off(i / 4000.0) < off(best)) best = i / 4000.0;
   }
-  double step = 1.0 / 4000.0;
-  for (; step > 1e-9; step /= 2) {
+  for (double step = 1.0 / 4000.0; step > 1e-9; step /= 2) {
     if (off(best + step) < off(best)) best += step;
     if (off(best - step) < off(best)) best -= step;
   }

@@ -345,32 +345,25 @@ TEST_F(SearchOf, CircleLeavesATraceThatNothingNeeds) {
 }
 
 TEST_F(SearchOf, PointAnswersWithAMeanOrACode) {
-  const auto near = bruteForce(*s_scan, kOrigin, 1.5, [](auto...) { return true; });
-  float sum[3] = {};
-  for (const int i : near) {
-    for (int k = 0; k < 3; ++k) sum[k] += s_scan->point(i)[k];
-  }
-  const auto count = static_cast<float>(near.size());
+  const float *at = kTilted.at, *up = kTilted.up;
+  const XFPointN nominal(at, up);
   XFPoint out(7, 8, 9);
   EXPECT_EQ(m_extract.searchPoint(XFPoint(kOrigin), 1.5F, out), 0);
   EXPECT_THAT(m_extract.indexResult, IsEmpty());
-  EXPECT_EQ(out.x, sum[0] / count);
-  EXPECT_EQ(out.y, sum[1] / count);
-  EXPECT_EQ(out.z, sum[2] / count);
-  const XFPointN nominal(kTilted.at, kTilted.up);
+  cv::Vec3f sum;
+  const auto near = bruteForce(*s_scan, kOrigin, 1.5, [](auto...) { return true; });
+  for (const int i : near) sum += cv::Vec3f(s_scan->point(i));
+  for (int k = 0; k < 3; ++k) {
+    EXPECT_EQ((&out.x)[k], sum[k] / static_cast<float>(near.size()));
+  }
   ASSERT_EQ(m_extract.searchPoint(nominal, 1.5F, 2.0F, 60.0F, out), 0);
   double along = 0;  // of the mean of the points found
   for (const int i : m_extract.indexResult) {
-    for (int k = 0; k < 3; ++k) {
-      along += (double{s_scan->point(i)[k]} - kTilted.at[k]) * kTilted.up[k] /
-               static_cast<double>(m_extract.indexResult.size());
-    }
+    along += (cv::Vec3d(cv::Vec3f(s_scan->point(i))) - cv::Vec3d(cv::Vec3f(at)))
+                 .dot(cv::Vec3d(cv::Vec3f(up))) /
+             static_cast<double>(m_extract.indexResult.size());
   }
-  const float* at = kTilted.at;
-  const float* up = kTilted.up;
-  EXPECT_NEAR(out.x, at[0] + along * up[0], 1e-5);
-  EXPECT_NEAR(out.y, at[1] + along * up[1], 1e-5);
-  EXPECT_NEAR(out.z, at[2] + along * up[2], 1e-5);
+  for (int k = 0; k < 3; ++k) EXPECT_NEAR((&out.x)[k], at[k] + along * up[k], 1e-5);
 
   m_extract.indexResult = {1};
   const float before = out.x;
@@ -378,17 +371,15 @@ TEST_F(SearchOf, PointAnswersWithAMeanOrACode) {
                           {1, kNan, 45}, {1, 1, -1},  {1, 1, 90.5F}, {1, 1, kNan}};
   for (const auto& b : bad) {
     EXPECT_EQ(m_extract.searchPoint(nominal, b[0], b[1], b[2], out), -2) << b[0] << b[1] << b[2];
-    if (!(b[0] > 0)) {
-      EXPECT_EQ(m_extract.searchPoint(XFPoint(at), b[0], out), -2);
-    }
+    const int code = m_extract.searchPoint(XFPoint(at), std::min(b[0], 0.0F), out);
+    EXPECT_EQ(code, -2);
   }
   EXPECT_THAT(m_extract.indexResult, ElementsAre(1));
-  EXPECT_EQ(m_extract.searchPoint(XFPoint(100, 0, 0), 1.5F, out), -1);
-  EXPECT_EQ(m_extract.searchPoint(XFPoint(kNan, 0, 0), 1.5F, out), -1);
-  EXPECT_THAT(m_extract.indexResult, IsEmpty());
-  m_extract.indexResult = {1};
-  EXPECT_EQ(m_extract.searchPoint(XFPointN(9, 9, 9, 0, 0, 1), 0.5F, 0.5F, 45, out), -1);
-  EXPECT_THAT(m_extract.indexResult, IsEmpty());
+  EXPECT_EQ(m_extract.searchPoint(XFPointN(90, 9, 9, 0, 0, 1), 0.5F, 0.5F, 45, out), -1);
+  for (const float x : {100.0F, kNan}) {
+    EXPECT_THAT(m_extract.indexResult, IsEmpty());
+    EXPECT_EQ(m_extract.searchPoint(XFPoint(x, 0, 0), 1.5F, out), -1);
+  }
   EXPECT_EQ(out.x, before);
 }
 
