@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "zelmo/feature/internal/local_frame.h"
+#include "zelmo/feature/internal/plane_extent.h"
 
 namespace zelmo::internal {
 namespace {
@@ -119,36 +120,29 @@ TEST(AlignByPlanes, OfASetOntoItselfIsTheIdentity) {
   EXPECT_FALSE(alignByPlanes(no_point, no_point, OppositeCross::AboutFirstNormal));
 }
 
-TEST(Symmetry, EqualsTheClosedForm) {
-  std::mt19937 random(3);
-  for (int i = 0; i < 100; ++i) {
-    const cv::Vec3d d = randomUnit(random);
-    const cv::Vec3d p = randomUnit(random) * 100.0;
-    const cv::Matx33d outer = d * d.t();
-    const cv::Matx33d half_turn = 2.0 * outer - cv::Matx33d::eye();
-    const cv::Matx33d mirror = cv::Matx33d::eye() - 2.0 * outer;
-    const auto expectMap = [&](const std::optional<Rigid>& rigid, const cv::Matx33d& r) {
-      ASSERT_TRUE(rigid);
-      const cv::Vec3d t = p - r * p;
-      for (int row = 0; row < 3; ++row) {
-        for (int col = 0; col < 3; ++col) {
-          EXPECT_NEAR((*rigid)[static_cast<std::size_t>(4 * row + col)], r(row, col), 1e-9);
-        }
-        EXPECT_NEAR((*rigid)[static_cast<std::size_t>(4 * row + 3)], t[row], 1e-6);
-      }
-    };
-    const cv::Point3d point(p[0], p[1], p[2]);
-    expectMap(lineSymmetry(point, d), half_turn);
-    expectMap(planeSymmetry(point, d), mirror);
-    expectMap(pointSymmetry(point), -1.0 * cv::Matx33d::eye());
-  }
-  EXPECT_FALSE(lineSymmetry({0, 0, 0}, {0, 0, 0}));
-  EXPECT_FALSE(planeSymmetry({0, 0, 0}, {0, kNaN, 0}));
-}
-
 TEST(RotationAbout, AZeroAxisLeavesTheCosineOnTheDiagonal) {
   const cv::Matx33d m = rotationAbout({0, 0, 0}, inRadians(60, true));
   EXPECT_LT(cv::norm(m - 0.5 * cv::Matx33d::eye()), 1e-12);
+}
+
+TEST(PlaneExtent, TakesTheLongerSideForItsMajorDirection) {
+  const double plane[4] = {0, 0, 1, -5};
+  for (int degrees = 5; degrees < 180; degrees += 25) {
+    const double angle = inRadians(degrees, true);
+    const cv::Vec3d along(std::cos(angle), std::sin(angle), 0);
+    const cv::Vec3d across(-along[1], along[0], 0);
+    std::vector<cv::Point3f> points;
+    for (const cv::Vec2d& k : {cv::Vec2d(1, 1), {-1, 1}, {-1, -1}, {1, -1}, {0.5, 0}}) {
+      const cv::Vec3d p = k[0] * 7 * along + k[1] * 3 * across;
+      points.emplace_back(cv::Vec3f(cv::Vec3d(2, 1, 8) + p));
+    }
+    const auto extent = planeExtent(PointView(points), plane);
+    ASSERT_TRUE(extent);
+    EXPECT_NEAR(extent->length, 14, 1e-4);
+    EXPECT_NEAR(extent->width, 6, 1e-4);
+    EXPECT_NEAR(std::abs(cv::Vec3d(cv::Vec3f(extent->major_dir.data())).dot(along)), 1, 1e-6);
+    EXPECT_NEAR(cv::norm(cv::Vec3f(extent->center.data()) - cv::Vec3f(2, 1, 5)), 0, 1e-4);
+  }
 }
 
 // A double to float to double round trip is behaviour: with g++ 12's straight-line vectoriser it is

@@ -1,7 +1,6 @@
 // SPDX-FileCopyrightText: LibZelmo contributors
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -430,28 +429,31 @@ struct Exposed : XFBase {
   using XFBase::getMatRT_PointSymmetry;
 };
 
-std::array<double, 3> mapped(const double* rt, const std::array<double, 3>& p) {
-  std::array<double, 3> out{};
-  for (std::size_t i = 0; i < 3; ++i) {
-    out[i] = rt[4 * i] * p[0] + rt[4 * i + 1] * p[1] + rt[4 * i + 2] * p[2] + rt[4 * i + 3];
-  }
-  return out;
-}
-
-TEST(XFBase, MirrorsAtLinePlaneAndPoint) {
-  using testing::DoubleNear;
-  const float at[6] = {1, 2, 3, 0, 2.4F, 3.2F};
-  const auto near = [](double x, double y, double z) {
-    return ElementsAre(DoubleNear(x, 1e-6), DoubleNear(y, 1e-6), DoubleNear(z, 1e-6));
+TEST(XFBase, MirrorsAtLinePlaneAndPointAsTheClosedFormsDo) {
+  std::mt19937 random(3);
+  std::normal_distribution<float> bell;
+  const auto expectMap = [](const double* rt, const cv::Matx33d& r, const cv::Vec3d& p) {
+    const cv::Vec3d t = p - r * p;
+    for (int i = 0; i < 3; ++i) {
+      for (int j = 0; j < 3; ++j) EXPECT_NEAR(rt[4 * i + j], r(i, j), 1e-9);
+      EXPECT_NEAR(rt[4 * i + 3], t[i], 1e-6);
+      EXPECT_EQ(rt[12 + i], 0.0);
+    }
+    EXPECT_EQ(rt[15], 1.0);
   };
-  double rt[16];
-  // One step along the direction and one across it.
-  Exposed::getMatRT_LineSymmetry(at, rt);
-  EXPECT_THAT(mapped(rt, {2, 2.6, 3.8}), near(0, 2.6, 3.8));
-  Exposed::getMatRT_PlaneSymmetry(at, rt);
-  EXPECT_THAT(mapped(rt, {2, 2.6, 3.8}), near(2, 1.4, 2.2));
-  Exposed::getMatRT_PointSymmetry(at, rt);
-  EXPECT_THAT(mapped(rt, {2, 2.6, 3.8}), near(0, 1.4, 2.2));
+  for (int i = 0; i < 100; ++i) {
+    float at[6];
+    for (float& value : at) value = 50 * bell(random);
+    const cv::Vec3d p(at[0], at[1], at[2]), d = cv::normalize(cv::Vec3d(at[3], at[4], at[5]));
+    const cv::Matx33d one = cv::Matx33d::eye(), outer = d * d.t();
+    double rt[16];
+    Exposed::getMatRT_LineSymmetry(at, rt);
+    expectMap(rt, 2.0 * outer - one, p);
+    Exposed::getMatRT_PlaneSymmetry(at, rt);
+    expectMap(rt, one - 2.0 * outer, p);
+    Exposed::getMatRT_PointSymmetry(at, rt);
+    expectMap(rt, -1.0 * one, p);
+  }
 }
 
 TEST(XFBase, LeavesTheMatrixAloneWhereThereIsNoDirection) {
