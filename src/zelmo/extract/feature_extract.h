@@ -32,12 +32,14 @@ namespace xgeofeature {
 /// setData takes the scan once; then each search gives indices into it. A search looks at the
 /// neighbourhood of the nominal feature: the points strictly nearer to a center than a radius, in
 /// float, nearest first and the lower index first on a tie. It keeps those that pass its tests, in
-/// this order. Tests that say "at most" and "at least" include equality. Nothing is fitted.
+/// this order. Tests that say "at most" and "at least" include equality. Nothing is fitted. All
+/// lengths are in the unit of the scan; the fixed ones (0.001, 0.2, 3 and 4 below) mean millimeters.
 ///
 /// Before setData, on an empty cloud, around a center that is not finite and in a neighbourhood
 /// whose radius is not greater than 0 a search finds nothing. Points that are not finite are never
 /// found, and a normal that is not finite fails every test of normals. Normals are taken to be of
-/// unit length; those of a nominal, and its directions, are used as they are.
+/// unit length; those of a nominal, and its directions, are used as they are. Where the distance from
+/// a line counts, a point less than 0.001 off the line's center in every coordinate counts as on it.
 ///
 /// One object serves one thread at a time. A copy shares the cloud and the tree; a later setData of
 /// either leaves the other's alone.

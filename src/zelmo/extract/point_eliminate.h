@@ -25,9 +25,9 @@ namespace xgeofeature {
 /// from -0.2 to 1.2, with a sum up to 1.2, are accepted in the enlarged one. How high the point lies
 /// over the triangle does not matter below 100000, and its normal plays no part.
 ///
-/// Four tasks share the work of a call and have ended when it returns, also when one of them fails:
-/// its exception then comes out of the call. One object serves one call at a time. It can't be
-/// copied.
+/// Four tasks share the work of a call and have ended when it returns, also when one of them fails
+/// (out of memory) or can't be started (std::system_error): the exception then comes out of the call,
+/// and the result stays as it was. One object serves one call at a time. It can't be copied.
 /// \note A point near a large triangle with ten or more small ones around may be missed.
 class ZELMO_EXPORT XGeoFeaturePointEliminate {
  public:

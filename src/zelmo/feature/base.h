@@ -27,7 +27,8 @@ enum GeoFeatureType : int {
 /// Base of all records: plain values of floats in the caller's length unit, copied member by member.
 ///
 /// Records report no errors. A default-constructed record has all fields 0. Triples are x, y, z.
-/// Arrays and vectors that a constructor takes are read during the call only.
+/// Arrays and vectors that a constructor takes are read during the call only; where nothing else is
+/// said they must not be null. Values that are not finite are stored like any other.
 /// \note The destructor is not virtual: delete a record through its own type.
 class ZELMO_EXPORT XFBase {
  public:

@@ -37,6 +37,8 @@ class ZELMO_EXPORT XFPointN : public XFBase {
   float normal[3] = {};
 
   XFPointN() = default;
+
+  /// The point x, y, z with the normal nx, ny, nz, stored as it is.
   XFPointN(const float& x, const float& y, const float& z, const float& nx, const float& ny,
            const float& nz);
 

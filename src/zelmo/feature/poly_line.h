@@ -17,6 +17,8 @@ class ZELMO_EXPORT XFPolyLine : public XFBase {
   std::vector<XFPoint> points;
 
   XFPolyLine() = default;
+
+  /// A line through copies of \p line_points.
   explicit XFPolyLine(const std::vector<XFPoint>& line_points);
 
   /// \param[in] coordinates float[3 * count]: x, y, z per point
