@@ -2,80 +2,118 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "zelmo/internal/deviation_statistics.h"
 
+#include "zelmo/internal/point_block.h"
+
 namespace zelmo::internal {
 namespace {
 
-/// Largest and smallest per lane.
+/// Largest and smallest of one lane.
+struct RunningExtremes {
+  double largest = Extremes{}.largest;
+  double smallest = Extremes{}.smallest;
+
+  ZELMO_ALWAYS_INLINE void take(double value) {
+    largest = value > largest ? value : largest;
+    smallest = value < smallest ? value : smallest;
+  }
+};
+
+/// The same per lane.
 struct LaneExtremes {
   double largest[kLanes];
   double smallest[kLanes];
 
   ZELMO_ALWAYS_INLINE void start() {
-    for (int k = 0; k < kLanes; ++k) {
-      largest[k] = Extremes{}.largest;
-      smallest[k] = Extremes{}.smallest;
-    }
+    for (int k = 0; k < kLanes; ++k) put(k, {});
+  }
+  ZELMO_ALWAYS_INLINE RunningExtremes at(int k) const { return {largest[k], smallest[k]}; }
+  ZELMO_ALWAYS_INLINE void put(int k, const RunningExtremes& running) {
+    largest[k] = running.largest;
+    smallest[k] = running.smallest;
   }
   ZELMO_ALWAYS_INLINE void take(int k, double value) {
-    largest[k] = value > largest[k] ? value : largest[k];
-    smallest[k] = value < smallest[k] ? value : smallest[k];
+    RunningExtremes running = at(k);
+    running.take(value);
+    put(k, running);
+  }
+  /// The values of a block, each in its lane.
+  ZELMO_ALWAYS_INLINE void takeBlock(const double* values) {
+    ZELMO_LANE_LOOP for (int k = 0; k < kLanes; ++k) {
+      RunningExtremes running = at(k);
+      for (int j = 0; j < kBlock; j += kLanes) running.take(values[j + k]);
+      put(k, running);
+    }
   }
   ZELMO_ALWAYS_INLINE Extremes fold() const {
-    Extremes all;
+    RunningExtremes all;
     for (int k = 0; k < kLanes; ++k) {
       all.largest = largest[k] > all.largest ? largest[k] : all.largest;
       all.smallest = smallest[k] < all.smallest ? smallest[k] : all.smallest;
     }
-    return all;
+    return {all.largest, all.smallest};
   }
 };
 
+/// Where the values of a block stand until they are stored: in \p out itself when they are doubles.
+ZELMO_ALWAYS_INLINE double* valuesIn(double* out, double* /*buffer*/) { return out; }
+ZELMO_ALWAYS_INLINE double* valuesIn(float* /*out*/, double* buffer) { return buffer; }
+
+ZELMO_ALWAYS_INLINE void storeBlock(const double* /*values*/, double* /*out*/) {}
+ZELMO_ALWAYS_INLINE void storeBlock(const double* __restrict values, float* __restrict out) {
+  ZELMO_LANE_LOOP for (int i = 0; i < kBlock; ++i) out[i] = static_cast<float>(values[i]);
+}
+
+/// Adds the stored values of a block, each in its lane.
+template <typename Stored>
+ZELMO_ALWAYS_INLINE void addBlock(const Stored* stored, double* __restrict sum) {
+  ZELMO_LANE_LOOP for (int k = 0; k < kLanes; ++k) {
+    double running = sum[k];
+    for (int j = 0; j < kBlock; j += kLanes) running += stored[j + k];
+    sum[k] = running;
+  }
+}
+
 template <typename View, typename Deviation, typename Stored>
 ZELMO_ALWAYS_INLINE DeviationPass laneStore(const View& points, const Deviation& given,
-                                            Stored* __restrict out) {
-  constexpr int kFloats = View::kFloats;
+                                            Stored* out) {
   const Deviation from = given;
   const float* p = points.data();
   const int count = points.count();
   LaneExtremes extremes;
   extremes.start();
   double sum[kLanes] = {};
+  double buffer[kBlock];
   int i = 0;
-  for (; i + kLanes <= count; i += kLanes, p += kFloats * kLanes, out += kLanes) {
-    ZELMO_LANE_LOOP for (int k = 0; k < kLanes; ++k) {
-      const double value = termAt(points, from, p + kFloats * k);
-      extremes.take(k, value);
-      const Stored stored = static_cast<Stored>(value);
-      out[k] = stored;
-      sum[k] += stored;
-    }
+  for (; i + kBlock <= count; i += kBlock, p += View::kFloats * kBlock, out += kBlock) {
+    double* values = valuesIn(out, buffer);
+    blockTerms(points, p, from, values);
+    storeBlock(values, out);
+    extremes.takeBlock(values);
+    addBlock(out, sum);
   }
-  for (int k = 0; i < count; ++i, ++k, p += kFloats) {
+  for (; i < count; ++i, p += View::kFloats, ++out) {
     const double value = termAt(points, from, p);
-    extremes.take(k, value);
-    out[k] = static_cast<Stored>(value);
-    sum[k] += out[k];
+    extremes.take(i % kLanes, value);
+    *out = static_cast<Stored>(value);
+    sum[i % kLanes] += *out;
   }
   return {extremes.fold(), addLanes(sum)};
 }
 
 template <typename View, typename Deviation>
 ZELMO_ALWAYS_INLINE Extremes laneExtremes(const View& points, const Deviation& given) {
-  constexpr int kFloats = View::kFloats;
   const Deviation from = given;
   const float* p = points.data();
   const int count = points.count();
   LaneExtremes extremes;
   extremes.start();
+  double values[kBlock];
   int i = 0;
-  for (; i + kLanes <= count; i += kLanes, p += kFloats * kLanes) {
-    ZELMO_LANE_LOOP for (int k = 0; k < kLanes; ++k) {
-      extremes.take(k, termAt(points, from, p + kFloats * k));
-    }
+  for (; i + kBlock <= count; i += kBlock, p += View::kFloats * kBlock) {
+    blockTerms(points, p, from, values);
+    extremes.takeBlock(values);
   }
-  for (int k = 0; i < count; ++i, ++k, p += kFloats) {
-    extremes.take(k, termAt(points, from, p));
-  }
+  for (; i < count; ++i, p += View::kFloats) extremes.take(i % kLanes, termAt(points, from, p));
   return extremes.fold();
 }
 
@@ -186,16 +224,24 @@ ZELMO_MULTIVERSION Extremes extremesInBand(const double* deviations, int count,
   LaneExtremes extremes;
   extremes.start();
   int i = 0;
-  for (; i + kLanes <= count; i += kLanes) {
+  for (; i + kBlock <= count; i += kBlock) {
     ZELMO_LANE_LOOP for (int k = 0; k < kLanes; ++k) {
-      const double d = deviations[i + k];
-      const bool kept = band.keeps(d);
-      extremes.largest[k] = kept && d > extremes.largest[k] ? d : extremes.largest[k];
-      extremes.smallest[k] = kept && d < extremes.smallest[k] ? d : extremes.smallest[k];
+      RunningExtremes running = extremes.at(k);
+      for (int j = 0; j < kBlock; j += kLanes) {
+        const double d = deviations[i + j + k];
+        // What does not count is no extreme: the running values take themselves.
+        const double above = band.low > d ? running.largest : d;
+        const double below = band.low > d ? running.smallest : d;
+        const double high = d > band.high ? running.largest : above;
+        const double low = d > band.high ? running.smallest : below;
+        running.largest = high > running.largest ? high : running.largest;
+        running.smallest = low < running.smallest ? low : running.smallest;
+      }
+      extremes.put(k, running);
     }
   }
-  for (int k = 0; i < count; ++i, ++k) {
-    if (band.keeps(deviations[i])) extremes.take(k, deviations[i]);
+  for (; i < count; ++i) {
+    if (band.keeps(deviations[i])) extremes.take(i % kLanes, deviations[i]);
   }
   return extremes.fold();
 }
