@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "zelmo/feature/frame_toolkit.h"
+#include "zelmo/feature/internal/frame_members.h"
 #include "zelmo/internal/through_points.h"
 #include "zelmo/measure/internal/line_plane.h"
 #include "zelmo/measure/internal/three_points.h"
@@ -37,10 +37,6 @@ std::optional<cv::Vec3d> footOnPlane(const cv::Vec3d& point, const Plane& plane)
   const auto foot = zelmo::internal::lineMeetsPlane({point, plane.normal}, plane);
   if (!foot) return std::nullopt;
   return throughFloat(*foot);
-}
-
-void copyRigid(const std::optional<zelmo::internal::Rigid>& rigid, double* rt) {
-  if (rigid) std::copy(rigid->begin(), rigid->end(), rt);
 }
 
 }  // namespace
@@ -143,15 +139,15 @@ int XGeoConstructor::Projection_Line_Plane(const float* const line, const float*
 }
 
 void XGeoConstructor::getMatRT_LineSymmetry(const float* const line, double* const rt) {
-  copyRigid(zelmo::internal::lineSymmetry({line[0], line[1], line[2]}, widened(line + 3)), rt);
+  zelmo::internal::storeLineSymmetry(line, rt);
 }
 
 void XGeoConstructor::getMatRT_PlaneSymmetry(const float* const plane, double* const rt) {
-  copyRigid(zelmo::internal::planeSymmetry({plane[0], plane[1], plane[2]}, widened(plane + 3)), rt);
+  zelmo::internal::storePlaneSymmetry(plane, rt);
 }
 
 void XGeoConstructor::getMatRT_PointSymmetry(const float* const point, double* const rt) {
-  copyRigid(zelmo::internal::pointSymmetry({point[0], point[1], point[2]}), rt);
+  zelmo::internal::storePointSymmetry(point, rt);
 }
 
 }  // namespace xgeomeasure

@@ -8,7 +8,8 @@
 
 /// \file
 /// The frame routines in the forms that X3DFit, XCurve3DFit, XGeometry3D, XCurve3D and XGeoTolrance
-/// offer as members of their own: into an output that stays as it is where there is no result.
+/// offer as members of their own, and the symmetries of XFBase and XGeoConstructor: into an output
+/// that stays as it is where there is no result.
 
 namespace zelmo::internal {
 
@@ -31,6 +32,22 @@ inline void storeRigid(const std::optional<Rigid>& rigid, double* rt) {
 inline void storeAlignment(const PlaneTriple& target, const PlaneTriple& source, OppositeCross rule,
                            double* rt, AlignTrace* trace = nullptr) {
   storeRigid(alignByPlanes(target, source, rule, trace), rt);
+}
+
+inline cv::Point3d pointAt(const float* v) { return {v[0], v[1], v[2]}; }
+
+/// \param[in] line float[6]: a point and a direction
+inline void storeLineSymmetry(const float* line, double* rt) {
+  storeRigid(lineSymmetry(pointAt(line), pointAt(line + 3)), rt);
+}
+
+/// \param[in] plane float[6]: a point and a normal
+inline void storePlaneSymmetry(const float* plane, double* rt) {
+  storeRigid(planeSymmetry(pointAt(plane), pointAt(plane + 3)), rt);
+}
+
+inline void storePointSymmetry(const float* point, double* rt) {
+  storeRigid(pointSymmetry(pointAt(point)), rt);
 }
 
 /// \return 1
