@@ -38,8 +38,6 @@ constexpr double kSameWay = 0.9;
 constexpr double kSameTangent = 0.0001;
 // A plane that passes a sphere's center this close cuts a great circle.
 constexpr double kGreatCircle = 1e-6;
-// A line shorter than this has no direction of its own.
-constexpr double kNoLength = 1e-6;
 
 /// Where a line meets a plane, rounded to float.
 std::optional<XFPoint> hitOf(const XFPlane& plane, const Line& line) {
@@ -139,10 +137,8 @@ int XGeoFConstructor::getIntersectionLine(const XFPlane& first, const XFPlane& s
   }
   line = segment(meeting->point + meeting->direction * smallest,
                  meeting->point + meeting->direction * largest);
-  // Planes without extent leave no ends to take a direction from.
-  if (!(static_cast<double>(line.length) > kNoLength)) {
-    zelmo::internal::store(meeting->direction, line.dir);
-  }
+  // The ends are rounded to float: on a short line they give no good direction.
+  zelmo::internal::store(meeting->direction, line.dir);
   return 0;
 }
 
