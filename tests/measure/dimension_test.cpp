@@ -30,9 +30,7 @@ constexpr Real kPi = 3.14159265358979323846L;
 TEST(ArrayDimension, EqualsItsDefinitionInLongDouble) {
   RandomGeometry random(31);
   for (int i = 0; i < 3000; ++i) {
-    float p[3];
-    float line[6];
-    float other[6];
+    float p[3], line[6], other[6];
     random.point(100).copyTo(p);
     for (float* array : {line, other}) {
       random.point(100).copyTo(array);
@@ -40,8 +38,7 @@ TEST(ArrayDimension, EqualsItsDefinitionInLongDouble) {
     }
     // Every second pair is nearly parallel.
     if (i % 2 == 0) (Vec(line + 3) + random.point(1e-4)).copyTo(other + 3);
-    const Vec v = Vec(p) - Vec(line);
-    const Vec d(line + 3);
+    const Vec v = Vec(p) - Vec(line), d(line + 3);
     EXPECT_LE(gap(ArrayDimension::calcDistance_Point2Point(p, line), v.norm()), 1e-11);
     EXPECT_LE(gap(ArrayDimension::calcDistance_Point2Line(p, line), v.cross(d).norm()), 1e-11);
     EXPECT_LE(gap(ArrayDimension::calcDistance_Point2Plane(p, line), std::fabs(v.dot(d))), 1e-11);
@@ -83,9 +80,7 @@ TEST(ArrayDimension, AnglesOutsideTheArcCosine) {
 TEST(RecordDimension, MeasuresToTheFoot) {
   RandomGeometry random(32);
   for (int i = 0; i < 1000; ++i) {
-    float p[3];
-    float o[3];
-    float d[3];
+    float p[3], o[3], d[3];
     random.point(100).copyTo(p);
     random.point(100).copyTo(o);
     random.direction().copyTo(d);
@@ -95,9 +90,8 @@ TEST(RecordDimension, MeasuresToTheFoot) {
     const auto expectTo = [&](const Vec& to, Real length) {
       EXPECT_LE((Vec(&foot.x) - to).norm(), 5e-5L);
       EXPECT_LE(gap(distance.distance, length), 5e-5L);
-      EXPECT_LE(gap(distance.dx, std::fabs(p[0] - to.x)), 5e-5L);
-      EXPECT_LE(gap(distance.dy, std::fabs(p[1] - to.y)), 5e-5L);
-      EXPECT_LE(gap(distance.dz, std::fabs(p[2] - to.z)), 5e-5L);
+      const Vec apart(std::fabs(p[0] - to.x), std::fabs(p[1] - to.y), std::fabs(p[2] - to.z));
+      EXPECT_LE((Vec(distance.dx, distance.dy, distance.dz) - apart).norm(), 9e-5L);
     };
     EXPECT_EQ(RecordDimension::Distance(XFPoint(p), XFPoint(o), distance), 0);
     foot = XFPoint(o);
@@ -122,12 +116,10 @@ TEST(RecordDimension, SumsItsSquaresInFloat) {
 TEST(RecordDimension, AnglesAreOfStoredDirections) {
   RandomGeometry random(33);
   for (int i = 0; i < 1000; ++i) {
-    float u[3];
-    float n[3];
+    float u[3], n[3];
     random.direction().copyTo(u);
     random.direction().copyTo(n);
-    const XFLine3D2 line(n, u, 20);
-    const XFLine3D2 other(u, n, 20);
+    const XFLine3D2 line(n, u, 20), other(u, n, 20);
     const XFPlane plane(n, n);
     const double between = static_cast<double>(std::acos(Vec(u).dot(Vec(n))));
     EXPECT_NEAR(RecordDimension::Angle(line, other), between, 1e-6);
@@ -150,9 +142,7 @@ TEST(RecordDimension, AnglesAreOfStoredDirections) {
         Case{"in the plane", 1, 0, half_pi, 0},
         Case{"in the plane the other way", -1, 0, half_pi, 0},
         Case{"1e-6 off the normal", 1e-6F, 1, 0, half_pi}}) {
-    const float o[3] = {1, 2, 3};
-    const float z[3] = {0, 0, 1};
-    const float d[3] = {c.x, 0, c.z};
+    const float o[3] = {1, 2, 3}, z[3] = {0, 0, 1}, d[3] = {c.x, 0, c.z};
     EXPECT_DOUBLE_EQ(RecordDimension::Angle(XFLine3D2(o, d, 1), XFLine3D2(o, z, 1)), c.line_line)
         << c.what;
     EXPECT_DOUBLE_EQ(RecordDimension::Angle(XFLine3D2(o, d, 1), XFPlane(o, z)), c.line_plane)

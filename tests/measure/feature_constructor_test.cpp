@@ -51,95 +51,86 @@ TEST(ProjectionPoint, LiesOnTheFeatureSquareToIt) {
     const Vec p = Vec(Floats(random.point(60)).v);
     const XFLine3D2 line = randomLine(random);
     const XFPlane plane = randomPlane(random);
+    const Vec o(line.center), d(line.dir);
     const float radius = static_cast<float>(random.number(1, 30));
-    XFPoint foot;
-    EXPECT_EQ(F::getProjectionPoint(recordOf(p), line, foot), 0);
-    EXPECT_LE(fromAxis(at(foot), line.center, line.dir), 3e-5L);
-    EXPECT_LE(std::fabs((p - at(foot)).dot(Vec(line.dir))), 3e-5L);
+    const auto foot = [&p](const auto& on) {
+      XFPoint found;
+      EXPECT_EQ(F::getProjectionPoint(recordOf(p), on, found), 0);
+      return at(found);
+    };
+    const Vec on_line = foot(line), on_plane = foot(plane),
+              on_sphere = foot(XFSphere(line.center, radius));
+    EXPECT_LE(std::fabs((p - on_line).dot(d)) + fromAxis(on_line, line.center, line.dir), 5e-5L);
+    EXPECT_LE(std::fabs(fromPlane(on_plane, plane)), 5e-5L);
+    EXPECT_LE((p - on_plane).cross(Vec(plane.normal)).norm(), 3e-5L);
+    EXPECT_LE((on_sphere - o - (p - o).unit() * radius).norm(), 8e-5L);
 
-    EXPECT_EQ(F::getProjectionPoint(recordOf(p), plane, foot), 0);
-    EXPECT_LE(std::fabs(fromPlane(at(foot), plane)), 5e-5L);
-    EXPECT_LE((p - at(foot)).cross(Vec(plane.normal)).norm(), 3e-5L);
-
-    const XFSphere sphere(line.center, radius);
-    EXPECT_EQ(F::getProjectionPoint(recordOf(p), sphere, foot), 0);
-    EXPECT_LE(gap((at(foot) - Vec(sphere.center)).norm(), radius), 3e-5L);
-    EXPECT_GE((p - Vec(sphere.center)).dot(at(foot) - Vec(sphere.center)), 0);
-    EXPECT_LE((p - Vec(sphere.center)).unit().cross(at(foot) - Vec(sphere.center)).norm(), 5e-5L);
-
-    const XFCylinder cylinder(line.center, line.dir, radius, 10);
     const Real axis_distance = fromAxis(p, line.center, line.dir);
     if (axis_distance < 1) continue;
-    EXPECT_EQ(F::getProjectionPoint(recordOf(p), cylinder, foot), 0);
-    EXPECT_LE(gap(fromAxis(at(foot), line.center, line.dir), radius), 5e-5L);
-    EXPECT_LE(gap((p - at(foot)).norm(), gap(axis_distance, radius)), 1e-4L);
+    const Vec on_cylinder = foot(XFCylinder(line.center, line.dir, radius, 10));
+    EXPECT_LE(gap(fromAxis(on_cylinder, line.center, line.dir), radius), 5e-5L);
+    EXPECT_LE(gap((p - on_cylinder).norm(), gap(axis_distance, radius)), 1e-4L);
 
     // A cone: the foot lies on its surface, and the way there is square to the generator.
     const XFCone cone(line.center, line.dir, radius, radius * 0.5F, 20);
-    EXPECT_EQ(F::getProjectionPoint(recordOf(p), cone, foot), 0);
-    const Vec generator = at(foot) - Vec(cone.apex);
+    const Vec on_cone = foot(cone), generator = on_cone - Vec(cone.apex);
     const Real under = std::fabs(generator.dot(Vec(cone.axis)));
     // The generator is laid through a place beside the point's foot on the axis: near the apex its
     // direction is uncertain.
     const Real uncertain = 2e-5L / std::fabs((p - Vec(cone.apex)).dot(Vec(cone.axis)));
-    EXPECT_LE(gap(fromAxis(at(foot), cone.apex, cone.axis), under * std::tan(Real(cone.halfAngle))),
+    EXPECT_LE(gap(fromAxis(on_cone, cone.apex, cone.axis), under * std::tan(Real(cone.halfAngle))),
               1e-4L + uncertain * generator.norm());
-    EXPECT_LE(std::fabs((p - at(foot)).dot(generator)), 2e-4L * (1 + generator.norm()));
+    EXPECT_LE(std::fabs((p - on_cone).dot(generator)), 2e-4L * (1 + generator.norm()));
   }
 }
 
 TEST(Symmetry, HalvesTheWayAndReturns) {
   RandomGeometry random(62);
   for (int i = 0; i < 1000; ++i) {
-    const XFPoint p = recordOf(random.point(60));
-    const XFPoint q = recordOf(random.point(60));
+    const XFPoint p = recordOf(random.point(60)), q = recordOf(random.point(60));
     const XFLine3D2 line = randomLine(random);
-    const XFPlane plane = randomPlane(random);
-    XFPoint image;
+    const XFPlane plane = randomPlane(random), other = randomPlane(random);
+    const Vec n(plane.normal), d(line.dir), m(other.normal);
+    const auto mirrored = [&n](const Vec& v) { return v - n * (2 * v.dot(n)); };
+    const auto middle = [&p](const auto& about) {
+      XFPoint image;
+      EXPECT_EQ(F::getPointSymmetry(p, about, image), 0);
+      return (at(p) + at(image)) * 0.5L;
+    };
     XFPoint foot;
-    EXPECT_EQ(F::getPointSymmetry(p, q, image), 0);
-    EXPECT_LE(((at(p) + at(image)) * 0.5L - at(q)).norm(), 5e-5L);
-    EXPECT_EQ(F::getPointSymmetry(p, line, image), 0);
     F::getProjectionPoint(p, line, foot);
-    EXPECT_LE(((at(p) + at(image)) * 0.5L - at(foot)).norm(), 5e-5L);
-    EXPECT_EQ(F::getPointSymmetry(p, plane, image), 0);
-    EXPECT_LE(gap(fromPlane(at(p), plane), -fromPlane(at(image), plane)), 1e-4L);
-    EXPECT_LE((at(p) - at(image)).cross(Vec(plane.normal)).norm(), 1e-4L);
+    EXPECT_LE((middle(q) - at(q)).norm(), 5e-5L);
+    EXPECT_LE((middle(line) - at(foot)).norm(), 5e-5L);
+    EXPECT_LE(std::fabs(fromPlane(middle(plane), plane)), 5e-5L);
+    EXPECT_LE((at(p) - middle(plane)).cross(n).norm(), 5e-5L);
 
-    XFLine3D2 mirrored;
-    EXPECT_EQ(F::getLineSymmetry(line, plane, mirrored), 0);
-    EXPECT_LE(gap(mirrored.length, line.length), 2e-4L);
-    const Vec d(line.dir);
-    const Vec n(plane.normal);
-    EXPECT_LE((Vec(mirrored.dir) - (d - n * (2 * d.dot(n)))).norm(), 2e-4L / line.length);
+    XFLine3D2 image;
+    EXPECT_EQ(F::getLineSymmetry(line, plane, image), 0);
+    EXPECT_LE(gap(image.length, line.length), 2e-4L);
+    EXPECT_LE((Vec(image.dir) - mirrored(d)).norm(), 2e-4L / line.length);
 
-    const XFPlane other = randomPlane(random);
     XFPlane image_plane;
     EXPECT_EQ(F::getPlaneSymmetry(other, plane, image_plane), 0);
-    EXPECT_LE(gap(fromPlane(Vec(image_plane.center), plane), -fromPlane(Vec(other.center), plane)),
-              2e-4L);
-    const Vec m(other.normal);
-    EXPECT_LE((Vec(image_plane.normal) - (m - n * (2 * m.dot(n)))).norm(), 1e-4L);
-    EXPECT_LE(std::fabs(Vec(image_plane.center).dot(Vec(image_plane.normal)) + image_plane.d),
-              3e-5L);
+    const Vec center(image_plane.center), normal(image_plane.normal);
+    EXPECT_LE(gap(fromPlane(center, plane), -fromPlane(Vec(other.center), plane)), 2e-4L);
+    EXPECT_LE((normal - mirrored(m)).norm(), 1e-4L);
+    EXPECT_LE(std::fabs(center.dot(normal) + image_plane.d), 3e-5L);
     EXPECT_EQ(image_plane.majorDir[0], other.majorDir[0]);
     EXPECT_EQ(image_plane.width, other.width);
   }
-  const XFPoint p(1, 2, 3);
   XFPoint image;
-  F::getPointSymmetry(XFPoint(1, 2, 3 + 4e-7F), p, image);
+  F::getPointSymmetry(XFPoint(1, 2, 3 + 4e-7F), XFPoint(1, 2, 3), image);
   EXPECT_EQ(image.z, 3);
 }
 
 TEST(OffsetsAndAverages, FollowTheirRules) {
-  XFPoint moved;
   const XFLine3D2 line(Floats({9, 9, 9}), Floats({0, 0.6F, 0.8F}), 3);
-  EXPECT_EQ(F::getPointOffset(XFPoint(1, 2, 3), 10, line, moved), 0);
-  EXPECT_FLOAT_EQ(moved.y, 8);
-  EXPECT_FLOAT_EQ(moved.z, 11);
-  EXPECT_EQ(F::getPointOffset(XFPoint(1, 2, 3), 0, line, moved), 0);
-  EXPECT_EQ(moved.z, 3);
-
+  XFPoint moved;
+  for (const float offset : {10.0F, 0.0F}) {
+    EXPECT_EQ(F::getPointOffset(XFPoint(1, 2, 3), offset, line, moved), 0);
+    EXPECT_FLOAT_EQ(moved.y, 2 + 0.6F * offset);
+    EXPECT_FLOAT_EQ(moved.z, 3 + 0.8F * offset);
+  }
   EXPECT_EQ(F::getPointAverage({}, moved), -1);
   EXPECT_EQ(moved.z, 3);
   EXPECT_EQ(F::getPointAverage({XFPoint(5, 6, 7)}, moved), 0);
@@ -152,34 +143,30 @@ TEST(OffsetsAndAverages, FollowTheirRules) {
   EXPECT_EQ(moved.z, 1);
 
   const XFPlane plane(Floats({1, 2, 3}), Floats({0, 0, -1}), Floats({1, 0, 0}), 4, 5);
-  XFPlane offset;
-  EXPECT_EQ(F::getPlaneOffset(plane, 2.5F, offset), 0);
-  EXPECT_EQ(offset.center[2], 0.5F);
-  EXPECT_EQ(offset.d, 0.5F);
-  EXPECT_EQ(offset.length, 4);
-  EXPECT_EQ(offset.majorDir[0], 1);
+  XFPlane out;
+  EXPECT_EQ(F::getPlaneOffset(plane, 2.5F, out), 0);
+  EXPECT_EQ(out.center[2], 0.5F);
+  EXPECT_EQ(out.d, 0.5F);
+  EXPECT_EQ(out.length, 4);
+  EXPECT_EQ(out.majorDir[0], 1);
 
-  XFPlane average;
-  EXPECT_EQ(F::getPlaneAverage({}, average), -1);
-  EXPECT_EQ(F::getPlaneAverage({plane}, average), 0);
-  EXPECT_EQ(average.width, 5);
+  EXPECT_EQ(F::getPlaneAverage({}, out), -1);
+  EXPECT_EQ(F::getPlaneAverage({plane}, out), 0);
+  EXPECT_EQ(out.width, 5);
   const XFPlane opposite(Floats({5, 2, 7}), Floats({0, 0, 1}), Floats({1, 0, 0}), 1, 9);
-  EXPECT_EQ(F::getPlaneAverage({plane, opposite}, average), 0);
-  EXPECT_EQ(average.normal[2], -1);
-  EXPECT_EQ(average.center[2], 5);
-  EXPECT_EQ(average.length, 9);
-  EXPECT_EQ(average.width, 9);
-  const float slanted[] = {static_cast<float>(std::sqrt(0.75)), 0, 0.5F};
-  const float back[] = {-slanted[0], 0, 0.5F};
-  average.length = 77;
-  EXPECT_EQ(F::getPlaneAverage({plane, {plane.center, slanted}, {plane.center, back}}, average),
-            -1);
-  EXPECT_EQ(average.length, 77);
-  const float x[] = {1, 0, 0};
-  const float y[] = {0, 1, 0};
-  EXPECT_EQ(F::getPlaneAverage({{plane.center, x}, {plane.center, y}}, average), 0);
-  EXPECT_FLOAT_EQ(average.normal[1], std::sqrt(0.5F));
-  EXPECT_EQ(average.length, 1);
+  EXPECT_EQ(F::getPlaneAverage({plane, opposite}, out), 0);
+  EXPECT_EQ(out.normal[2], -1);
+  EXPECT_EQ(out.center[2], 5);
+  EXPECT_EQ(out.length, 9);
+  EXPECT_EQ(out.width, 9);
+  const Floats slanted({std::sqrt(0.75L), 0, 0.5L}), back({-std::sqrt(0.75L), 0, 0.5L});
+  EXPECT_EQ(F::getPlaneAverage({plane, {plane.center, slanted}, {plane.center, back}}, out), -1);
+  EXPECT_EQ(out.length, 9);
+  EXPECT_EQ(F::getPlaneAverage(
+                {{plane.center, Floats({1, 0, 0})}, {plane.center, Floats({0, 1, 0})}}, out),
+            0);
+  EXPECT_FLOAT_EQ(out.normal[1], std::sqrt(0.5F));
+  EXPECT_EQ(out.length, 1);
 }
 
 TEST(IntersectionLine, LiesOnBothPlanesAndSpansTheirCorners) {
@@ -228,7 +215,7 @@ TEST(IntersectionLine, LiesOnBothPlanesAndSpansTheirCorners) {
   EXPECT_EQ(F::getIntersectionPoint(flat, flat, flat, met), -1);
   EXPECT_EQ(F::getIntersectionPoint(flat, {Floats({0, 0, 0}), Floats({1, 0, 0}), 1}, met), -1);
   EXPECT_EQ(met.x, 7);
-  // Planes without extent, with one center: a line without length keeps its direction.
+  // Planes without extent: no ends to take a direction from.
   const XFPlane dot1(Floats({1, 1, 1}), Floats({0, 0, 1}), Floats({1, 0, 0}), 0, 0);
   const XFPlane dot2(Floats({1, 1, 1}), Floats({0, 1, 0}), Floats({1, 0, 0}), 0, 0);
   EXPECT_EQ(F::getIntersectionLine(dot1, dot2, line), 0);
@@ -270,7 +257,6 @@ TEST(IntersectionCircle, OfPlanes) {
   EXPECT_EQ(circle.center[2], 0.9e-6F);
   EXPECT_EQ(F::getIntersectionCircle(zero, XFSphere(0, 0, 1.1e-6F, 1), circle), 0);
   EXPECT_EQ(circle.center[2], 0);
-
   // A slanted axis: the radius stays the cylinder's, the major direction is the plane's.
   const XFCylinder cylinder(Floats({0, 0, 0}), Floats({0.6F, 0, 0.8F}), 2, 10);
   EXPECT_EQ(F::getIntersectionCircle(plane, cylinder, circle), 0);

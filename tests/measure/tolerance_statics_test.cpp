@@ -100,29 +100,23 @@ TEST(ToleranceFrames, FollowTheGuardedAlignment) {
   // Crosses that point opposite ways: the turn is about the first normal, which stays.
   const cv::Vec3d target[3] = {{0.6, -0.64, 0.48}, {0.8, 0.48, -0.36}, {0, 0.6, 0.8}};
   const cv::Vec3d source[3] = {target[0], -target[1], target[2]};
-  const cv::Point3d at[3] = {{1, 2, 3}, {1, 2, 3}, {1, 2, 3}};
-  const cv::Point3d to[3] = {};
-  std::array<double, 16> rt{};
+  const cv::Point3d at[3] = {{1, 2, 3}, {1, 2, 3}, {1, 2, 3}}, to[3] = {};
+  std::array<double, 16> rt{}, inverse{}, untouched{};
   XGeoTolrance::alignBy3Plane(target, to, source, at, rt.data());
   const cv::Matx44d map(rt.data());
   EXPECT_LT(cv::norm(map * cv::Vec4d(0.6, -0.64, 0.48, 0) - cv::Vec4d(0.6, -0.64, 0.48, 0)), 1e-9);
   EXPECT_LT(cv::norm(map * cv::Vec4d(1, 2, 3, 1) - cv::Vec4d(0, 0, 0, 1)), 1e-9);
-
-  std::array<double, 16> inverse{};
   EXPECT_EQ(XGeoTolrance::convertMatrixRT(rt.data(), inverse.data()), 1);
   EXPECT_LT(cv::norm(cv::Matx44d(inverse.data()) * map - cv::Matx44d::eye()), 1e-9);
 
   const cv::Vec3d parallel[3] = {target[0], target[0], target[2]};
-  std::array<double, 16> untouched{};
   XGeoTolrance::alignBy3Plane(target, to, parallel, at, untouched.data());
   EXPECT_THAT(untouched, Each(0));
-  cv::Mat met(1, 1, CV_8U, 77);
+  cv::Mat met(1, 1, CV_8U, 77), turn;
   EXPECT_EQ(XGeoTolrance::Intersection3Planes(parallel, at, met), 0);
   EXPECT_EQ(met.type(), CV_8U);
   EXPECT_EQ(XGeoTolrance::Intersection3Planes(target, at, met), 1);
   EXPECT_LT(cv::norm(met - cv::Mat(cv::Vec3d(1, 2, 3))), 1e-9);
-
-  cv::Mat turn;
   XGeoTolrance::getMatRByVector(target[0], target[1], turn);
   EXPECT_LT(cv::norm(turn * cv::Mat(target[0]) - cv::Mat(target[1])), 1e-9);
 }
