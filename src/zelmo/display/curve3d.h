@@ -43,18 +43,6 @@ class ZELMO_EXPORT XCurve3D {
   void projection2Plane(const std::vector<cv::Point3f>& points, double* const plane,
                         std::vector<cv::Point3f>& out);
 
-  /// The transform that carries the local coordinates of an outline to space: X along the major
-  /// direction, Z along the normal, the origin at the center. By alignBy3Plane, with its lines.
-  ///
-  /// \param[in] center the origin
-  /// \param[in] normal along Z
-  /// \param[in] majorDir along X
-  /// \param[out] rt double[16]; not to be used when the return value is false
-  /// \return whether there is such a transform; there is none when \p normal or \p majorDir is zero
-  ///     or not finite, or when they are parallel
-  bool frameToSpace(const cv::Vec3d& center, const cv::Vec3d& normal, const cv::Vec3d& majorDir,
-                    double* const rt);
-
  private:
   static void getMatrixR(const cv::Vec3d& axis, const double& angle, cv::Mat& R, bool degrees);
 };

@@ -4,15 +4,13 @@
 
 #include <algorithm>
 
-#include "zelmo/display/internal/point_writer.h"
+#include "zelmo/display/internal/outline_frame.h"
 
 namespace xgeometry {
 
 using namespace zelmo::internal;  // NOLINT(google-build-using-namespace): the kernels of this shell
 
 namespace {
-
-cv::Vec3d triple(const float* v) { return {v[0], v[1], v[2]}; }
 
 void copyTriples(const float* point, const float* direction, const float* major_direction,
                  float* center, float* normal, float* major) {
@@ -39,21 +37,16 @@ int XCicle3D::getDisplayData(const int& count, float* const out) {
 int XCicle3D::getDisplayData(const float* const point, const float* const direction,
                              const float* const major_direction, const float& r, const int& count,
                              float* const out) {
-  return writeCircle(triple(point), triple(direction), triple(major_direction), r, count, out);
+  auto points = outlineWriter(point, direction, major_direction, out);
+  if (points) points->addArc(0, 0, r, 0, count, count);
+  return 0;
 }
 
 int XCicle3D::getDisplayData2(const float* const point, const float* const direction,
                               const float& r, const int& count, float* const out) {
-  const cv::Vec3d n = triple(direction);
-  return writeCircle(triple(point), n, perpendicularTo(n), r, count, out);
-}
-
-int XCicle3D::writeCircle(const cv::Vec3d& point, const cv::Vec3d& direction,
-                          const cv::Vec3d& major_direction, double r, int count, float* out) {
-  Rigid t;
-  if (!frameToSpace(point, direction, major_direction, t.data())) return 0;
-  if (out == nullptr || count < 1) return 0;
-  PointWriter(t, out).addArc(0, 0, r, 0, count, count);
+  const cv::Vec3d n(direction[0], direction[1], direction[2]);
+  auto points = outlineWriter({point[0], point[1], point[2]}, n, perpendicularTo(n), out);
+  if (points) points->addArc(0, 0, r, 0, count, count);
   return 0;
 }
 
@@ -71,19 +64,17 @@ int XOvalGroove3D::getDisplayData(const int& count, float* const out) {
 int XOvalGroove3D::getDisplayData(const float* const point, const float* const direction,
                                   const float* const major_direction, const float& half_straight,
                                   const float& r, const int& count, float* const out) {
-  Rigid t;
-  if (!frameToSpace(triple(point), triple(direction), triple(major_direction), t.data())) return 0;
-  if (out == nullptr) return 0;
+  auto points = outlineWriter(point, direction, major_direction, out);
+  if (!points) return 0;
   const double half = half_straight;
   const double across = r;
   const int q = quarter(count);
-  PointWriter points(t, out);
-  points.addArc(half, 0, across, -q, q, count);
-  points.add(half, across);
-  points.add(-half, across);
-  points.addArc(-half, 0, across, q, 3 * q, count);
-  points.add(-half, -across);
-  points.add(half, -across);
+  points->addArc(half, 0, across, -q, q, count);
+  points->add(half, across);
+  points->add(-half, across);
+  points->addArc(-half, 0, across, q, 3 * q, count);
+  points->add(-half, -across);
+  points->add(half, -across);
   return 0;
 }
 
@@ -101,16 +92,14 @@ int XRectangle3D::getDisplayData(float* const out) {
 int XRectangle3D::getDisplayData(const float* const point, const float* const direction,
                                  const float* const major_direction, const float& half_length,
                                  const float& half_width, float* const out) {
-  Rigid t;
-  if (!frameToSpace(triple(point), triple(direction), triple(major_direction), t.data())) return 0;
-  if (out == nullptr) return 0;
+  auto points = outlineWriter(point, direction, major_direction, out);
+  if (!points) return 0;
   const double a = half_length;
   const double b = half_width;
-  PointWriter points(t, out);
-  points.add(a, b);
-  points.add(-a, b);
-  points.add(-a, -b);
-  points.add(a, -b);
+  points->add(a, b);
+  points->add(-a, b);
+  points->add(-a, -b);
+  points->add(a, -b);
   return 0;
 }
 
@@ -129,28 +118,26 @@ int XRoundGroove3D::getDisplayData(const float* const point, const float* const 
                                    const float* const major_direction, const float& half_length,
                                    const float& half_width, const float& corner_radius,
                                    const int& count, float* const out) {
-  Rigid t;
-  if (!frameToSpace(triple(point), triple(direction), triple(major_direction), t.data())) return 0;
-  if (out == nullptr) return 0;
+  auto points = outlineWriter(point, direction, major_direction, out);
+  if (!points) return 0;
   const double a = half_length;
   const double b = half_width;
   const double r = corner_radius;
   const double inner_a = a - r;
   const double inner_b = b - r;
   const int q = quarter(count);
-  PointWriter points(t, out);
-  points.addArc(inner_a, inner_b, r, 0, q, count);
-  points.add(inner_a, b);
-  points.add(-inner_a, b);
-  points.addArc(-inner_a, inner_b, r, q, 2 * q, count);
-  points.add(-a, inner_b);
-  points.add(-a, -inner_b);
-  points.addArc(-inner_a, -inner_b, r, 2 * q, 3 * q, count);
-  points.add(-inner_a, -b);
-  points.add(inner_a, -b);
-  points.addArc(inner_a, -inner_b, r, 3 * q, 4 * q, count);
-  points.add(a, -inner_b);
-  points.add(a, inner_b);
+  points->addArc(inner_a, inner_b, r, 0, q, count);
+  points->add(inner_a, b);
+  points->add(-inner_a, b);
+  points->addArc(-inner_a, inner_b, r, q, 2 * q, count);
+  points->add(-a, inner_b);
+  points->add(-a, -inner_b);
+  points->addArc(-inner_a, -inner_b, r, 2 * q, 3 * q, count);
+  points->add(-inner_a, -b);
+  points->add(inner_a, -b);
+  points->addArc(inner_a, -inner_b, r, 3 * q, 4 * q, count);
+  points->add(a, -inner_b);
+  points->add(a, inner_b);
   return 0;
 }
 

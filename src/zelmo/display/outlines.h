@@ -65,10 +65,6 @@ class ZELMO_EXPORT XCicle3D : public XCurve3D {
   /// \return 0
   int getDisplayData2(const float* const point, const float* const direction, const float& r,
                       const int& count, float* const out);
-
- private:
-  int writeCircle(const cv::Vec3d& point, const cv::Vec3d& direction,
-                  const cv::Vec3d& major_direction, double r, int count, float* out);
 };
 
 /// A stadium outline: two straight sides joined by half circles.
