@@ -88,4 +88,13 @@ RigidMotion pairedMotion(const PointView& first, const PointView& second) {
   return {rotation, b - rotation * a};
 }
 
+void storeMotion(const RigidMotion& motion, double* rt) {
+  for (int row = 0; row < 3; ++row) {
+    std::copy_n(motion.rotation.val + 3 * row, 3, rt + 4 * row);
+    rt[4 * row + 3] = motion.translation[row];
+  }
+  constexpr double kLastRow[4] = {0, 0, 0, 1};
+  std::copy_n(kLastRow, 4, rt + 12);
+}
+
 }  // namespace zelmo::internal

@@ -32,4 +32,7 @@ struct RigidMotion {
 ///     rotation is taken.
 RigidMotion pairedMotion(const PointView& first, const PointView& second);
 
+/// \param[out] rt double[16]: row-major 4 by 4 on column vectors, last row 0, 0, 0, 1
+void storeMotion(const RigidMotion& motion, double* rt);
+
 }  // namespace zelmo::internal

@@ -24,13 +24,7 @@ int XTrim::convertMatrixRT(const double* const m, double* const inverse) {
 }
 
 int XTrim::getRTDirect2(const float* const from, const float* const to, double* m) {
-  const auto motion = zelmo::internal::pairedMotion({from, 3}, {to, 3});
-  for (int row = 0; row < 3; ++row) {
-    for (int column = 0; column < 3; ++column) m[4 * row + column] = motion.rotation(row, column);
-    m[4 * row + 3] = motion.translation[row];
-  }
-  constexpr double kLastRow[4] = {0, 0, 0, 1};
-  std::copy_n(kLastRow, 4, m + 12);
+  zelmo::internal::storeMotion(zelmo::internal::pairedMotion({from, 3}, {to, 3}), m);
   return 0;
 }
 

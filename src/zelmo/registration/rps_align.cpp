@@ -113,13 +113,7 @@ int XRPSAlign::alignByRPSPoint(const std::vector<XRPSPoint>& first,
   const int steps =
       both.size() < 2 ? 0 : m_simplex.descend(&both, p.data(), firstSteps(p.data()).data());
   ConsoleText() << "迭代次数：" << steps << "\n";
-  const cv::Matx33d r = rotationOf(p.data());
-  for (int row = 0; row < 3; ++row) {
-    std::copy_n(r.val + 3 * row, 3, rt + 4 * row);
-    rt[4 * row + 3] = p[3 + static_cast<std::size_t>(row)];
-  }
-  constexpr double kLastRow[4] = {0, 0, 0, 1};
-  std::copy_n(kLastRow, 4, rt + 12);
+  storeMotion({rotationOf(p.data()), {p[3], p[4], p[5]}}, rt);
   return 0;
 }
 
