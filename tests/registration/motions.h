@@ -2,24 +2,25 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <algorithm>
 #include <cmath>
-#include <random>
+#include <limits>
 
-#include <opencv2/core/matx.hpp>
-#include <opencv2/core/types.hpp>
+#include <opencv2/core.hpp>
+
+#include "zelmo/registration/rps_align.h"
 
 namespace zelmo::test {
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
 struct Motion {
   cv::Matx33d r;
   cv::Vec3d t;
 
   cv::Vec3d operator()(const cv::Vec3d& p) const { return r * p + t; }
-  cv::Point3f rounded(const cv::Point3f& p) const {
-    const cv::Vec3f q((*this)(cv::Vec3d(p.x, p.y, p.z)));
-    return {q[0], q[1], q[2]};
-  }
   Motion inverse() const { return {r.t(), -(r.t() * t)}; }
+  Motion after(const Motion& first) const { return {r * first.r, (*this)(first.t)}; }
 };
 
 /// Plain rotation by \p angle about x, y or z.
@@ -42,6 +43,16 @@ inline Motion motionOfRigid(const double* rt) {
 
 inline double offFromRotation(const cv::Matx33d& r) {
   return std::max(cv::norm(r * r.t() - cv::Matx33d::eye()), std::fabs(cv::determinant(r) - 1));
+}
+
+/// How far two motions lie apart.
+inline double gap(const Motion& a, const Motion& b) {
+  return std::max(cv::norm(a.r - b.r), cv::norm(a.t - b.t));
+}
+
+inline xrpsalign::XRPSPoint rps(const cv::Vec3d& p, int flags) {
+  constexpr float kNormal[3] = {0, 0, 1};
+  return {cv::Vec3f(p).val, kNormal, static_cast<unsigned char>(flags), 1, 2};
 }
 
 }  // namespace zelmo::test

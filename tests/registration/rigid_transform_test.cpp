@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "zelmo/registration/rigid_transform.h"
 
-#include <limits>
 #include <random>
 
 #include <gmock/gmock.h>
@@ -13,33 +12,45 @@
 namespace xrigidtransform {
 namespace {
 
-using zelmo::test::Motion;
-using zelmo::test::motionOf;
-using zelmo::test::offFromRotation;
-using zelmo::test::turn;
+using namespace zelmo::test;  // NOLINT(google-build-using-namespace): the helpers of all tests
+using Points = std::vector<cv::Point3f>;
+using Params = std::array<double, 6>;
 
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+cv::Vec3d wide(const cv::Point3f& p) { return {p.x, p.y, p.z}; }
+cv::Point3f narrow(const cv::Vec3d& p) { return cv::Point3f(cv::Vec3f(p)); }
 
-std::vector<cv::Point3f> cloud(int count, unsigned seed) {
+Points cloud(int count, unsigned seed, float at = 0, float depth = 40) {
   std::mt19937 random(seed);
   std::uniform_real_distribution<float> u(-40, 40);
-  std::vector<cv::Point3f> points;
-  for (int i = 0; i < count; ++i) points.emplace_back(u(random), u(random), u(random));
+  Points points;
+  for (int i = 0; i < count; ++i) {
+    const float x = at + u(random), y = at + u(random);
+    points.emplace_back(x, y, u(random) * depth / 40);
+  }
   return points;
 }
 
-std::vector<cv::Point3f> moved(const std::vector<cv::Point3f>& points, const Motion& motion) {
-  std::vector<cv::Point3f> out;
-  for (const cv::Point3f& p : points) out.push_back(motion.rounded(p));
-  return out;
+Points moved(Points points, const Motion& motion) {
+  for (cv::Point3f& p : points) p = narrow(motion(wide(p)));
+  return points;
 }
 
-double distanceSum(const std::vector<cv::Point3f>& first, const std::vector<cv::Point3f>& second,
-                   const Motion& motion) {
+Params start(const Points& first, const Points& second) {
+  Params p = {};
+  EXPECT_TRUE(XRigidTransform().getInitialValue(first, second, p.data()));
+  return p;
+}
+Params polished(const Points& first, const Points& second) {
+  Params p = {};
+  EXPECT_TRUE(XRigidTransform().getRT(first, second, p.data()));
+  return p;
+}
+
+/// The sum of the distances, or of their squares.
+double misfit(const Points& first, const Points& second, const Motion& motion, double power) {
   double sum = 0;
   for (std::size_t i = 0; i < first.size(); ++i) {
-    const cv::Vec3d y(second[i].x, second[i].y, second[i].z);
-    sum += cv::norm(motion({first[i].x, first[i].y, first[i].z}) - y);
+    sum += std::pow(cv::norm(motion(wide(first[i])) - wide(second[i])), power);
   }
   return sum;
 }
@@ -54,145 +65,133 @@ const Motion kMotions[] = {
 TEST(RigidTransform, FindsAKnownMotion) {
   for (const Motion& motion : kMotions) {
     for (const int count : {3, 4, 37, 1003}) {
-      const auto first = cloud(count, 3);
-      const auto second = moved(first, motion);
-      XRigidTransform fit;
-      double start[6], p[6];
-      EXPECT_TRUE(fit.getInitialValue(first, second, start));
-      EXPECT_TRUE(fit.getRT(first, second, p));
-      for (const double* params : {start, p}) {
-        const Motion found = motionOf(params);
-        EXPECT_LT(offFromRotation(found.r), 1e-12);
-        EXPECT_LT(cv::norm(found.r - motion.r), 1e-5);
-        EXPECT_LT(cv::norm(found.t - motion.t), 2e-4);
+      const Points first = cloud(count, 3), second = moved(first, motion);
+      for (const Params& p : {start(first, second), polished(first, second)}) {
+        EXPECT_LT(offFromRotation(motionOf(p.data()).r), 1e-12);
+        EXPECT_LT(gap(motionOf(p.data()), motion), 2e-4);
       }
     }
   }
 }
 
 TEST(RigidTransform, StartIsTheMotionOfLeastSquares) {
-  // Any small change of the motion makes the squares grow.
-  auto first = cloud(64, 5);
-  auto second = moved(first, kMotions[0]);
+  // Any small change makes the squares grow; a mirrored list gets the best rotation. 257 pairs are
+  // one more than are taken at a time, and the last one weighs.
   std::mt19937 random(9);
   std::normal_distribution<float> noise(0, 2);
-  for (cv::Point3f& q : second) q += cv::Point3f(noise(random), noise(random), noise(random));
-  double p[6];
-  XRigidTransform().getInitialValue(first, second, p);
-  const auto squares = [&](const double* params) {
-    double sum = 0;
-    const Motion motion = motionOf(params);
-    for (std::size_t i = 0; i < first.size(); ++i) {
-      const cv::Vec3d e = motion({first[i].x, first[i].y, first[i].z}) -
-                          cv::Vec3d(second[i].x, second[i].y, second[i].z);
-      sum += e.dot(e);
-    }
-    return sum;
-  };
-  const double best = squares(p);
-  for (int k = 0; k < 6; ++k) {
-    for (const double sign : {-1.0, 1.0}) {
-      double changed[6];
-      std::copy_n(p, 6, changed);
-      changed[k] += sign * (k < 3 ? 1e-4 : 1e-3);
-      EXPECT_GT(squares(changed), best) << k;
+  for (const float mirror : {1.0F, -1.0F}) {
+    Points first = cloud(257, 5), second = moved(first, kMotions[0]);
+    second.back() += cv::Point3f(900, -700, 800);
+    for (cv::Point3f& q : second) q += cv::Point3f(noise(random), noise(random), noise(random));
+    for (cv::Point3f& q : first) q.x *= mirror;
+    const Params p = start(first, second);
+    const double best = misfit(first, second, motionOf(p.data()), 2);
+    for (std::size_t k = 0; k < 6; ++k) {
+      for (const double change : {-1.0, 1.0}) {
+        Params changed = p;
+        changed[k] += change * (k < 3 ? 1e-3 : 1e-2);
+        EXPECT_GT(misfit(first, second, motionOf(changed.data()), 2), best) << k;
+      }
     }
   }
 }
 
+TEST(RigidTransform, MeansAreSummedInFloat) {
+  const Points first = cloud(1003, 3, 5000), second = moved(first, kMotions[0]);
+  cv::Vec3f a(0, 0, 0), b(0, 0, 0);
+  for (std::size_t i = 0; i < first.size(); ++i) {
+    a += cv::Vec3f(first[i]);
+    b += cv::Vec3f(second[i]);
+  }
+  for (int k = 0; k < 3; ++k) {
+    a[k] /= 1003;
+    b[k] /= 1003;
+  }
+  const Params p = start(first, second);
+  // In double, the means would lie a thousandth away.
+  EXPECT_LT(cv::norm(motionOf(p.data())(cv::Vec3d(a)) - cv::Vec3d(b)), 1e-8);
+}
+
 TEST(RigidTransform, PolishLeavesOutliersAside) {
-  // Five wrong partners of 60 pull the least squares away, the sum of distances hardly.
-  for (const Motion& motion : kMotions) {
-    const auto first = cloud(60, 21);
-    auto second = moved(first, motion);
-    for (std::size_t i = 0; i < 5; ++i) second[11 * i] += cv::Point3f(30, 20, -25);
-    XRigidTransform fit;
-    double start[6], p[6];
-    fit.getInitialValue(first, second, start);
-    fit.getRT(first, second, p);
-    EXPECT_GT(cv::norm(motionOf(start).t - motion.t), 0.3);
-    const double ideal = distanceSum(first, second, motion);
-    EXPECT_LE(distanceSum(first, second, motionOf(p)), ideal * 1.0001);
-    EXPECT_LT(cv::norm(motionOf(p).r - motion.r), 1e-3);
-    double again[6];
-    fit.getRT(first, second, again);
-    EXPECT_TRUE(std::equal(p, p + 6, again)) << "an object's history enters";
+  // Five wrong partners of 60 pull the least squares away, the sum of distances hardly. The last two
+  // motions turn in the plane of the points, where one angle alone is left to give the first step.
+  const Motion in_plane[] = {{turn(2, 0.4), {1, 2, 0}}, {turn(2, -0.4), {1, 2, 0}}};
+  for (int kind = 0; kind < 6; ++kind) {
+    const Motion& motion = kind < 4 ? kMotions[kind] : in_plane[kind - 4];
+    const Points first = cloud(60, 21, 0, kind < 4 ? 40 : 0);
+    Points second = moved(first, motion);
+    for (std::size_t i = 0; i < 5; ++i) {
+      second[11 * i] += cv::Point3f(30, 20, kind < 4 ? -25.0F : 0.0F);
+    }
+    const Params p = polished(first, second);
+    EXPECT_GT(cv::norm(motionOf(start(first, second).data()).t - motion.t), 0.3);
+    EXPECT_LE(misfit(first, second, motionOf(p.data()), 1),
+              misfit(first, second, motion, 1) * 1.0001);
+    EXPECT_LT(cv::norm(motionOf(p.data()).r - motion.r), 1e-3) << kind;
+    XRigidTransform used;
+    Params again = {};
+    used.getRT(second, first, again.data());
+    used.getRT(first, second, again.data());
+    EXPECT_EQ(again, p) << "an object's history enters";
   }
 }
 
 TEST(RigidTransform, IsARotationWhateverThePoints) {
-  const std::vector<cv::Point3f> first = {{1, 0, 0}, {0, 2, 0}, {0, 0, 3}, {4, 4, 4}};
-  std::vector<cv::Point3f> mirrored, flat, line, same(4, {7, 7, 7}), huge;
+  const Points first = {{1, 0, 0}, {0, 2, 0}, {0, 0, 3}, {4, 4, 4}}, same(4, {7, 7, 7});
+  Points flat, line, huge;
   for (const cv::Point3f& p : first) {
-    mirrored.emplace_back(-p.x, p.y, p.z);
     flat.emplace_back(p.x, p.y, 0);
     line.emplace_back(p.x, p.x, p.x);
-    huge.emplace_back(p.x * 1e30F, p.y * 1e30F, p.z * 1e30F);
+    huge.push_back(p * 1e30F);
   }
-  XRigidTransform fit;
-  double p[6];
-  for (const auto& from : {first, same}) {
-    for (const auto& to : {first, mirrored, flat, line, same, huge}) {
-      EXPECT_TRUE(fit.getInitialValue(from, to, p));
-      EXPECT_LT(offFromRotation(motionOf(p).r), 1e-12);
-      EXPECT_TRUE(fit.getRT(from, to, p));
-      EXPECT_LT(offFromRotation(motionOf(p).r), 1e-12);
+  for (const Points& from : {first, same}) {
+    for (const Points& to : {first, flat, line, same, huge}) {
+      EXPECT_LT(offFromRotation(motionOf(start(from, to).data()).r), 1e-12);
+      EXPECT_LT(offFromRotation(motionOf(polished(from, to).data()).r), 1e-12);
     }
   }
-  fit.getRT(first, first, p);
-  for (const double v : p) EXPECT_NEAR(v, 0, 1e-6);
+  EXPECT_THAT(polished(first, first), testing::Each(testing::DoubleNear(0, 1e-6)));
 }
 
 TEST(RigidTransform, AStartWithoutATurnIsPolishedByTranslationsOnly) {
   // Symmetric points with one partner off along its own direction: no turn in the start. The sum of
-  // distances would still fall with the translation towards the six good pairs.
-  std::vector<cv::Point3f> first = {{10, 0, 0},  {-10, 0, 0}, {0, 10, 0},
-                                    {0, -10, 0}, {0, 0, 10},  {0, 0, -10}};
-  auto second = first;
+  // distances would still fall with the translation towards the five good pairs.
+  const Points first = {{10, 0, 0}, {-10, 0, 0}, {0, 10, 0}, {0, -10, 0}, {0, 0, 10}, {0, 0, -10}};
+  Points second = first;
   second[4].z += 6;
-  double start[6], p[6];
-  XRigidTransform fit;
-  fit.getInitialValue(first, second, start);
-  fit.getRT(first, second, p);
-  EXPECT_NEAR(start[5], 1, 1e-6);
-  EXPECT_NEAR(p[5], 0, 1e-6);
-  for (int k = 0; k < 3; ++k) EXPECT_EQ(p[k], start[k]);
+  const Params p = start(first, second), q = polished(first, second);
+  EXPECT_NEAR(p[5], 1, 1e-6);
+  EXPECT_NEAR(q[5], 0, 1e-6);
+  for (std::size_t k = 0; k < 3; ++k) EXPECT_EQ(q[k], p[k]);
 }
 
 TEST(RigidTransform, ListsOfDifferentLengthMispair) {
-  const auto first = cloud(8, 2);
-  const auto second = moved(first, kMotions[0]);
-  XRigidTransform fit;
-  double whole[6], p[6];
-  fit.getInitialValue(first, second, whole);
-  auto longer = second;
+  const Points first = cloud(8, 2), second = moved(first, kMotions[0]);
+  Points longer = second;
   longer.resize(13, {999, 999, 999});
-  EXPECT_TRUE(fit.getInitialValue(first, longer, p));
-  EXPECT_THAT(p, testing::ElementsAreArray(whole));
+  EXPECT_EQ(start(first, longer), start(first, second));
   // The descent pairs points 0 to 9 of the joint list with 10 to 19: it leaves the start.
-  EXPECT_TRUE(fit.getRT(first, longer, p));
-  EXPECT_GT(cv::norm(motionOf(p).t - motionOf(whole).t), 1);
+  EXPECT_GT(gap(motionOf(polished(first, longer).data()), kMotions[0]), 1);
 }
 
 TEST(RigidTransform, EmptyListsAndBadNumbers) {
-  const auto first = cloud(4, 2);
+  const Points first = cloud(4, 2);
   XRigidTransform fit;
   double p[6] = {1, 1, 1, 1, 1, 1};
   EXPECT_FALSE(fit.getInitialValue({}, first, p));
   EXPECT_THAT(p, testing::Each(0));
-  EXPECT_TRUE(fit.getRT({}, {}, p));
-  EXPECT_THAT(p, testing::Each(0));
-  EXPECT_TRUE(fit.getRT({{1, 2, 3}}, {{4, 6, 8}}, p));
-  EXPECT_NEAR(cv::norm(motionOf(p)(cv::Vec3d(1, 2, 3)) - cv::Vec3d(4, 6, 8)), 0, 1e-5);
+  EXPECT_THAT(polished({}, {}), testing::Each(0));
+  EXPECT_LT(
+      cv::norm(motionOf(polished({{1, 2, 3}}, {{4, 6, 8}}).data())({1, 2, 3}) - cv::Vec3d(4, 6, 8)),
+      1e-5);
   for (const float bad : {kNaN, std::numeric_limits<float>::infinity()}) {
-    auto spoilt = first;
+    Points spoilt = first;
     spoilt[2].y = bad;
     EXPECT_TRUE(fit.getRT(first, spoilt, p));
     EXPECT_LT(offFromRotation(motionOf(p).r), 1e-12);
     EXPECT_TRUE(fit.getRT(spoilt, first, p));
-    // The object is as good as new.
-    EXPECT_TRUE(fit.getRT(first, moved(first, kMotions[0]), p));
-    EXPECT_LT(cv::norm(motionOf(p).t - kMotions[0].t), 1e-4);
+    EXPECT_TRUE(fit.getRT(first, moved(first, kMotions[0]), p));  // as good as new
+    EXPECT_LT(gap(motionOf(p), kMotions[0]), 1e-4);
   }
 }
 
