@@ -34,9 +34,10 @@ struct Touched {
   XCircle2DFit circle;
 };
 
-std::optional<Touched> fitInPlane(const in::PointView& points, const float* plane) {
+std::optional<Touched> fitInPlane(const in::PointView& points, const float* plane,
+                                  float* projected) {
   if (points.count() < kMinCount) return std::nullopt;
-  auto in_plane = in::intoPlane(in::toPointVector(points), plane);
+  auto in_plane = in::intoPlane(in::toPointVector(points), plane, projected);
   if (!in_plane) return std::nullopt;
   Touched touched{std::move(*in_plane), {}};
   const in::PlanarView local(touched.points.local);
@@ -53,21 +54,19 @@ void store(const Touched& touched, const float* plane, XCircle3DFit& out) {
 
 cv::Vec3d widened(const float* v) { return {v[0], v[1], v[2]}; }
 
-int fitCompensated(XCircle3DFit& fit, const in::PointView& points, const float* normals,
-                   const float* plane, float probe_radius, std::optional<bool> outward,
-                   float* compensated, float* errors) {
-  const auto touched = fitInPlane(points, plane);
+int fitCompensated(XCircle3DFit& fit, const in::PointView& points, const float* plane,
+                   const in::Probe& probe) {
+  const auto touched =
+      probe.knowsItsSide() ? fitInPlane(points, plane, nullptr) : std::optional<Touched>();
   if (!touched) return kFailed;
   store(*touched, plane, fit);
-  const float signed_radius =
-      outward ? in::signedRadius(*outward, probe_radius)
-              : in::signedRadius(in::footOnAxis(fit.center, fit.normal, points.at(0)), points.at(0),
-                                 normals, probe_radius);
-  fit.radius = static_cast<float>(static_cast<double>(fit.radius) + signed_radius);
+  const float* first = points.at(0);
+  const cv::Vec3d foot = in::footOnAxis(fit.center, fit.normal, first);
   const cv::Vec3d center = widened(fit.center);
   in::compensateRadially(
+      probe, in::signedRadius(probe, foot, first), fit.radius,
       in::PointView(touched->points.projected), [&center](const float*) { return center; },
-      signed_radius, fit.radius, in::CompensatedPoint::MovedByRadius, compensated, errors);
+      in::CompensatedPoint::MovedByRadius);
   return 0;
 }
 
@@ -94,28 +93,24 @@ double XCircle2DFit::Distance_LeastSquare(const gsl_vector* v, void* params) {
 
 int XCircle3DFit::Fit(const float* points, const float* /*normals*/, const int& count,
                       float* const plane, float* projected) {
-  const auto touched = fitInPlane(in::PointView(points, count), plane);
+  const auto touched = fitInPlane(in::PointView(points, count), plane, projected);
   if (!touched) return kFailed;
   store(*touched, plane, *this);
-  if (projected != nullptr) {
-    const in::PointView view(touched->points.projected);
-    std::copy(view.data(), view.at(view.count()), projected);
-  }
   return 0;
 }
 
 int XCircle3DFit::Fit(const float* points, const float* normals, const int& count,
                       float* const plane, const float& probe_radius, float* compensated,
                       float* errors) {
-  return fitCompensated(*this, in::PointView(points, count), normals, plane, probe_radius,
-                        std::nullopt, compensated, errors);
+  return fitCompensated(*this, in::PointView(points, count), plane,
+                        {probe_radius, normals, std::nullopt, compensated, errors});
 }
 
 int XCircle3DFit::Fit(const float* points, const float* normals, const int& count,
                       float* const plane, const float& probe_radius, float* compensated,
                       float* errors, bool outward) {
-  return fitCompensated(*this, in::PointView(points, count), normals, plane, probe_radius, outward,
-                        compensated, errors);
+  return fitCompensated(*this, in::PointView(points, count), plane,
+                        {probe_radius, normals, outward, compensated, errors});
 }
 
 int XCircle3DFit::Fit_SinglePoint(const float* const point, const float* const /*normal*/,

@@ -36,8 +36,9 @@ class ZELMO_EXPORT XCircle2DFit {
 /// for the radius of the probe's tip.
 ///
 /// All forms read the plane as float[6], point and unit normal, and return 0, or -1 below 3 points,
-/// for a normal that gives no frame, and for points without a circle; the fields then stay as they
-/// were and the arrays are not written, but for the projected points.
+/// for a plane that is null or whose normal gives no frame, for points without a circle, and where
+/// neither normals nor caller tell the side; the fields then stay as they were and the arrays are not
+/// written, but for the projected points of points without a circle.
 class ZELMO_EXPORT XCircle3DFit {
  public:
   float center[3] = {};

@@ -27,7 +27,8 @@ constexpr double kStepDivisor = 10.0;
 
 // CONTRACT: a point within 0.01 of the axis point in each coordinate counts with r squared.
 ZELMO_MULTIVERSION double cylinderSquareSum(const in::PointView& points, const double* p) {
-  return in::foldSquareSum(points, in::CylinderDistance{in::AxisLine::through(p, p + 3), p[6]});
+  const in::CylinderDistance cylinder{in::AxisLine::through(p, p + 3), p[6]};
+  return in::laneSumOffAxisPoint(points, in::Squared<in::CylinderDistance>{cylinder});
 }
 
 /// What the objective reads, and the value that it gave last: a candidate axis is judged by the
@@ -53,19 +54,16 @@ double descendFrom(const in::PrincipalAxes& axes, int row, in::SimplexState& sim
   return evaluations.last;
 }
 
-int fitCompensated(XCylinderFit& fit, const in::PointView& points, const float* normals,
-                   float probe_radius, std::optional<bool> outward, float* compensated,
-                   float* errors) {
-  if (fit.Fit(points.data(), normals, points.count()) < 0) return kFailed;
+int fitCompensated(XCylinderFit& fit, const in::PointView& points, const in::Probe& probe) {
+  if (!probe.knowsItsSide() || fit.Fit(points.data(), probe.normals, points.count()) < 0) {
+    return kFailed;
+  }
   const auto foot = [&fit](const float* point) {
     return in::footOnAxis(fit.center, fit.axis, point);
   };
-  const float signed_radius =
-      outward ? in::signedRadius(*outward, probe_radius)
-              : in::signedRadius(foot(points.at(0)), points.at(0), normals, probe_radius);
-  fit.radius = static_cast<float>(static_cast<double>(fit.radius) + signed_radius);
-  in::compensateRadially(points, foot, signed_radius, fit.radius, in::CompensatedPoint::OnSurface,
-                         compensated, errors);
+  const float* first = points.at(0);
+  in::compensateRadially(probe, in::signedRadius(probe, foot(first), first), fit.radius, points,
+                         foot, in::CompensatedPoint::OnSurface);
   return 0;
 }
 
@@ -92,14 +90,14 @@ int XCylinderFit::Fit(const float* points, const float* /*normals*/, const int& 
 
 int XCylinderFit::Fit(const float* points, const float* normals, const int& count,
                       const float& probe_radius, float* compensated, float* errors) {
-  return fitCompensated(*this, in::PointView(points, count), normals, probe_radius, std::nullopt,
-                        compensated, errors);
+  return fitCompensated(*this, in::PointView(points, count),
+                        {probe_radius, normals, std::nullopt, compensated, errors});
 }
 
 int XCylinderFit::Fit(const float* points, const float* normals, const int& count,
                       const float& probe_radius, float* compensated, float* errors, bool outward) {
-  return fitCompensated(*this, in::PointView(points, count), normals, probe_radius, outward,
-                        compensated, errors);
+  return fitCompensated(*this, in::PointView(points, count),
+                        {probe_radius, normals, outward, compensated, errors});
 }
 
 double XCylinderFit::Distance_LeastSquare(const gsl_vector* v, void* params) {

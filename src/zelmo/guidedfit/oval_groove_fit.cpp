@@ -84,12 +84,12 @@ struct Touched {
 };
 
 std::optional<Touched> fitInPlane(const in::PointView& end1, const in::PointView& end2,
-                                  const float* plane) {
+                                  const float* plane, float* projected) {
   if (end1.count() < kMinCount || end2.count() < kMinCount) return std::nullopt;
   auto joined = in::toPointVector(end1);
   const auto second = in::toPointVector(end2);
   joined.insert(joined.end(), second.begin(), second.end());
-  auto in_plane = in::intoPlane(joined, plane);
+  auto in_plane = in::intoPlane(joined, plane, projected);
   if (!in_plane) return std::nullopt;
   Touched touched{std::move(*in_plane), {}};
   const in::PlanarView local(touched.points.local);
@@ -119,17 +119,12 @@ struct NearerArcCenter {
   }
 };
 
-int fitCompensated(XOvalGroove3DFit& fit, const in::PointView& end1, const float* normals1,
-                   const in::PointView& end2, const float* plane, float probe_radius,
-                   std::optional<bool> outward, float* compensated, float* errors) {
-  const auto touched = fitInPlane(end1, end2, plane);
+int fitCompensated(XOvalGroove3DFit& fit, const in::PointView& end1, const in::PointView& end2,
+                   const float* plane, const in::Probe& probe) {
+  const auto touched =
+      probe.knowsItsSide() ? fitInPlane(end1, end2, plane, nullptr) : std::optional<Touched>();
   if (!touched) return kFailed;
   store(*touched, plane, fit);
-  const float signed_radius =
-      outward ? in::signedRadius(*outward, probe_radius)
-              : in::signedRadius(in::footOnAxis(fit.center, fit.normal, end1.at(0)), end1.at(0),
-                                 normals1, probe_radius);
-  fit.radius = static_cast<float>(static_cast<double>(fit.radius) + signed_radius);
   for (int k = 0; k < 3; ++k) {
     const float along = fit.majorDir[k] * fit.halfStraight;
     fit.arcCenter1[k] = fit.center[k] - along;
@@ -137,8 +132,11 @@ int fitCompensated(XOvalGroove3DFit& fit, const in::PointView& end1, const float
   }
   const NearerArcCenter origin{{fit.arcCenter1[0], fit.arcCenter1[1], fit.arcCenter1[2]},
                                {fit.arcCenter2[0], fit.arcCenter2[1], fit.arcCenter2[2]}};
-  in::compensateRadially(in::PointView(touched->points.projected), origin, signed_radius,
-                         fit.radius, in::CompensatedPoint::MovedByRadius, compensated, errors);
+  // CONTRACT: the side is told about the axis of the slot, not about an end's own arc center.
+  const cv::Vec3d foot = in::footOnAxis(fit.center, fit.normal, end1.at(0));
+  in::compensateRadially(probe, in::signedRadius(probe, foot, end1.at(0)), fit.radius,
+                         in::PointView(touched->points.projected), origin,
+                         in::CompensatedPoint::MovedByRadius);
   return 0;
 }
 
@@ -172,13 +170,9 @@ int XOvalGroove3DFit::Fit(const float* points1, const float* /*normals1*/, const
                           const float* points2, const float* /*normals2*/, const int& count2,
                           float* const plane, float* projected) {
   const auto touched =
-      fitInPlane(in::PointView(points1, count1), in::PointView(points2, count2), plane);
+      fitInPlane(in::PointView(points1, count1), in::PointView(points2, count2), plane, projected);
   if (!touched) return kFailed;
   store(*touched, plane, *this);
-  if (projected != nullptr) {
-    const in::PointView view(touched->points.projected);
-    std::copy(view.data(), view.at(view.count()), projected);
-  }
   return 0;
 }
 
@@ -186,18 +180,16 @@ int XOvalGroove3DFit::Fit(const float* points1, const float* normals1, const int
                           const float* points2, const float* /*normals2*/, const int& count2,
                           float* const plane, const float& probe_radius, float* compensated,
                           float* errors) {
-  return fitCompensated(*this, in::PointView(points1, count1), normals1,
-                        in::PointView(points2, count2), plane, probe_radius, std::nullopt,
-                        compensated, errors);
+  return fitCompensated(*this, in::PointView(points1, count1), in::PointView(points2, count2),
+                        plane, {probe_radius, normals1, std::nullopt, compensated, errors});
 }
 
 int XOvalGroove3DFit::Fit(const float* points1, const float* normals1, const int& count1,
                           const float* points2, const float* /*normals2*/, const int& count2,
                           float* const plane, const float& probe_radius, float* compensated,
                           float* errors, bool outward) {
-  return fitCompensated(*this, in::PointView(points1, count1), normals1,
-                        in::PointView(points2, count2), plane, probe_radius, outward, compensated,
-                        errors);
+  return fitCompensated(*this, in::PointView(points1, count1), in::PointView(points2, count2),
+                        plane, {probe_radius, normals1, outward, compensated, errors});
 }
 
 void XOvalGroove3DFit::getOvalGroove(xgeofeature::XFOvalGroove3D& groove) {

@@ -38,8 +38,9 @@ class ZELMO_EXPORT XOvalGroove2DFit {
 /// the radius of the probe's tip.
 ///
 /// All forms read float[3 * count1] points on one end and float[3 * count2] on the other, and the
-/// plane as float[6], point and unit normal. They return 0, or -1 when either count is below 3 or the
-/// normal gives no frame; the fields then stay as they were and no array is written.
+/// plane as float[6], point and unit normal. They return 0, or -1 when either count is below 3, the
+/// plane is null or its normal gives no frame, or neither normals nor caller tell the side of the
+/// probe; the fields then stay as they were and no array is written.
 class ZELMO_EXPORT XOvalGroove3DFit {
  public:
   float center[3] = {};

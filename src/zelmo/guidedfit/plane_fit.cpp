@@ -63,7 +63,7 @@ int XPlaneFit::Fit(const float* points, const float* normals, const int& count) 
 
 int XPlaneFit::Fit(const float* points, const float* normals, const int& count, const float& radius,
                    float* compensated, float* errors) {
-  if (Fit(points, normals, count) < 0) return kFailed;
+  if (normals == nullptr || Fit(points, normals, count) < 0) return kFailed;
   float offset[3];
   double towards_tip = 0.0;
   for (int k = 0; k < 3; ++k) {

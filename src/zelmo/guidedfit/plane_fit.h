@@ -43,7 +43,8 @@ class ZELMO_EXPORT XPlaneFit {
   /// \param[in] radius radius of the probe's tip
   /// \param[out] compensated float[3 * count], or null: the points, moved with the plane
   /// \param[out] errors float[3 * count], or null: deviations from the moved plane, along its normal
-  /// \return 0, or -1 below 3 points: the fields and arrays then stay as they were
+  /// \return 0, or -1 below 3 points and without normals: the fields and arrays then stay as they
+  ///     were
   int Fit(const float* points, const float* normals, const int& count, const float& radius,
           float* compensated, float* errors);
 

@@ -25,18 +25,14 @@ ZELMO_MULTIVERSION double sphereSquareSum(const in::PointView& points, const dou
 
 const in::PointView& pointsOf(void* params) { return *static_cast<const in::PointView*>(params); }
 
-int fitCompensated(XSphereFit& fit, const in::PointView& points, const float* normals,
-                   float probe_radius, std::optional<bool> outward, float* compensated,
-                   float* errors) {
-  if (fit.Fit(points.data(), normals, points.count()) < 0) return kFailed;
+int fitCompensated(XSphereFit& fit, const in::PointView& points, const in::Probe& probe) {
+  if (!probe.knowsItsSide() || fit.Fit(points.data(), probe.normals, points.count()) < 0) {
+    return kFailed;
+  }
   const cv::Vec3d center(fit.center[0], fit.center[1], fit.center[2]);
-  const float signed_radius = outward
-                                  ? in::signedRadius(*outward, probe_radius)
-                                  : in::signedRadius(center, points.at(0), normals, probe_radius);
-  fit.radius += signed_radius;
   in::compensateRadially(
-      points, [&center](const float*) { return center; }, signed_radius, fit.radius,
-      in::CompensatedPoint::MovedByRadius, compensated, errors);
+      probe, in::signedRadius(probe, center, points.at(0)), fit.radius, points,
+      [&center](const float*) { return center; }, in::CompensatedPoint::MovedByRadius);
   return 0;
 }
 
@@ -58,14 +54,14 @@ int XSphereFit::Fit(const float* points, const float* /*normals*/, const int& co
 
 int XSphereFit::Fit(const float* points, const float* normals, const int& count,
                     const float& probe_radius, float* compensated, float* errors) {
-  return fitCompensated(*this, in::PointView(points, count), normals, probe_radius, std::nullopt,
-                        compensated, errors);
+  return fitCompensated(*this, in::PointView(points, count),
+                        {probe_radius, normals, std::nullopt, compensated, errors});
 }
 
 int XSphereFit::Fit(const float* points, const float* normals, const int& count,
                     const float& probe_radius, float* compensated, float* errors, bool outward) {
-  return fitCompensated(*this, in::PointView(points, count), normals, probe_radius, outward,
-                        compensated, errors);
+  return fitCompensated(*this, in::PointView(points, count),
+                        {probe_radius, normals, outward, compensated, errors});
 }
 
 double XSphereFit::Distance_LeastSquare(const gsl_vector* v, void* params) {

@@ -64,31 +64,6 @@ int XCylinderFitLM::solveFrom(const float* points, const float* normals, const i
   return result < 0 ? zi::kStagesOf<XCylinderFitLM>.solver_failure : 0;
 }
 
-int XCylinderFitLM::Fit2(const float* points, const float* normals, const int& count,
-                         const float& value) {
-  return Stages(*this, points, normals, count).sigma(value);
-}
-
-int XCylinderFitLM::Fit3(const float* points, const float* normals, const int& count,
-                         const float& value) {
-  return Stages(*this, points, normals, count).proportion(value);
-}
-
-int XCylinderFitLM::Fit4(const float* points, const float* normals, const int& count,
-                         const float& value) {
-  return Stages(*this, points, normals, count).angle(value);
-}
-
-int XCylinderFitLM::Fit5(const float* points, const float* normals, const int& count,
-                         const float& value, const float& angle) {
-  return Stages(*this, points, normals, count).sigmaAngle(value, angle);
-}
-
-int XCylinderFitLM::Fit6(const float* points, const float* normals, const int& count,
-                         const float& value, const float& angle) {
-  return Stages(*this, points, normals, count).proportionAngle(value, angle);
-}
-
 void XCylinderFitLM::calcStatistics(const float* points, const int& count, float* const stats,
                                     std::vector<float>& residuals) {
   double params[7];

@@ -73,31 +73,6 @@ int XPlaneFitLM::Fit1(const float* points, const float* normals, const int& coun
   return solveAndOrient(points, normals, count, params);
 }
 
-int XPlaneFitLM::Fit2(const float* points, const float* normals, const int& count,
-                      const float& value) {
-  return Stages(*this, points, normals, count).sigma(value);
-}
-
-int XPlaneFitLM::Fit3(const float* points, const float* normals, const int& count,
-                      const float& value) {
-  return Stages(*this, points, normals, count).proportion(value);
-}
-
-int XPlaneFitLM::Fit4(const float* points, const float* normals, const int& count,
-                      const float& value) {
-  return Stages(*this, points, normals, count).angle(value);
-}
-
-int XPlaneFitLM::Fit5(const float* points, const float* normals, const int& count,
-                      const float& value, const float& angle) {
-  return Stages(*this, points, normals, count).sigmaAngle(value, angle);
-}
-
-int XPlaneFitLM::Fit6(const float* points, const float* normals, const int& count,
-                      const float& value, const float& angle) {
-  return Stages(*this, points, normals, count).proportionAngle(value, angle);
-}
-
 int XPlaneFitLM::Fit_Chebyshev(const float* points, const float* normals, const int& count,
                                const float* const seed) {
   residualFunction = Fit_Chebyshev_Function;

@@ -7,18 +7,13 @@
 #include <zelmo/export.h>
 
 #include "zelmo/feature/plane.h"
-#include "zelmo/lmfit/zelmo_lm.h"
-
-namespace zelmo::internal {
-template <typename Fit>
-class FitStages;
-}
+#include "zelmo/lmfit/staged_fit.h"
 
 namespace zelmolm {
 
 /// Fits a plane to measured points with normals, turns it the way the normals point and describes
 /// its extent by a rectangle.
-class ZELMO_EXPORT XPlaneFitLM : public ZelmoLM {
+class ZELMO_EXPORT XPlaneFitLM : public StagedFit<XPlaneFitLM> {
  public:
   /// Fits all points, then drops outlying points as \p method says and fits the others again, once.
   ///
@@ -79,13 +74,6 @@ class ZELMO_EXPORT XPlaneFitLM : public ZelmoLM {
   friend class zelmo::internal::FitStages;
 
   int Fit1(const float* points, const float* normals, const int& count);
-  int Fit2(const float* points, const float* normals, const int& count, const float& value);
-  int Fit3(const float* points, const float* normals, const int& count, const float& value);
-  int Fit4(const float* points, const float* normals, const int& count, const float& value);
-  int Fit5(const float* points, const float* normals, const int& count, const float& value,
-           const float& angle);
-  int Fit6(const float* points, const float* normals, const int& count, const float& value,
-           const float& angle);
   int Fit_Chebyshev(const float* points, const float* normals, const int& count,
                     const float* const seed);
   int solveAndOrient(const float* points, const float* normals, const int& count, double* params);

@@ -40,31 +40,6 @@ int XSphereFitLM::Fit1(const float* points, const float* /*normals*/, const int&
   return result < 0 ? zi::kStagesOf<XSphereFitLM>.solver_failure : 0;
 }
 
-int XSphereFitLM::Fit2(const float* points, const float* normals, const int& count,
-                       const float& value) {
-  return Stages(*this, points, normals, count).sigma(value);
-}
-
-int XSphereFitLM::Fit3(const float* points, const float* normals, const int& count,
-                       const float& value) {
-  return Stages(*this, points, normals, count).proportion(value);
-}
-
-int XSphereFitLM::Fit4(const float* points, const float* normals, const int& count,
-                       const float& value) {
-  return Stages(*this, points, normals, count).angle(value);
-}
-
-int XSphereFitLM::Fit5(const float* points, const float* normals, const int& count,
-                       const float& value, const float& angle) {
-  return Stages(*this, points, normals, count).sigmaAngle(value, angle);
-}
-
-int XSphereFitLM::Fit6(const float* points, const float* normals, const int& count,
-                       const float& value, const float& angle) {
-  return Stages(*this, points, normals, count).proportionAngle(value, angle);
-}
-
 void XSphereFitLM::calcStatistics(const float* points, const int& count, float* const stats,
                                   std::vector<float>& residuals) {
   double params[4];

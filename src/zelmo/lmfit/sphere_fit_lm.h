@@ -7,17 +7,12 @@
 #include <zelmo/export.h>
 
 #include "zelmo/feature/sphere.h"
-#include "zelmo/lmfit/zelmo_lm.h"
-
-namespace zelmo::internal {
-template <typename Fit>
-class FitStages;
-}
+#include "zelmo/lmfit/staged_fit.h"
 
 namespace zelmolm {
 
 /// Fits a sphere to measured points with normals.
-class ZELMO_EXPORT XSphereFitLM : public ZelmoLM {
+class ZELMO_EXPORT XSphereFitLM : public StagedFit<XSphereFitLM> {
  public:
   /// Fits all points, then drops outlying points as \p method says and fits the others again, once.
   ///
@@ -56,13 +51,6 @@ class ZELMO_EXPORT XSphereFitLM : public ZelmoLM {
   friend class zelmo::internal::FitStages;
 
   int Fit1(const float* points, const float* normals, const int& count);
-  int Fit2(const float* points, const float* normals, const int& count, const float& value);
-  int Fit3(const float* points, const float* normals, const int& count, const float& value);
-  int Fit4(const float* points, const float* normals, const int& count, const float& value);
-  int Fit5(const float* points, const float* normals, const int& count, const float& value,
-           const float& angle);
-  int Fit6(const float* points, const float* normals, const int& count, const float& value,
-           const float& angle);
   void calcStatistics(const float* points, const int& count, float* const stats,
                       std::vector<float>& residuals);
   void surfaceDirection(const float* point, double* direction) const;

@@ -2,9 +2,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "zelmo/guidedfit/internal/planar_frame.h"
 
+#include <algorithm>
+
 namespace zelmo::internal {
 
-std::optional<PlanarPoints> intoPlane(const std::vector<cv::Point3f>& points, const float* plane) {
+std::optional<PlanarPoints> intoPlane(const std::vector<cv::Point3f>& points, const float* plane,
+                                      float* projected) {
+  if (plane == nullptr) return std::nullopt;
   const float* normal = plane + 3;
   const float d = -(normal[0] * plane[0] + normal[1] * plane[1] + normal[2] * plane[2]);
   const double equation[4] = {normal[0], normal[1], normal[2], d};
@@ -14,6 +18,8 @@ std::optional<PlanarPoints> intoPlane(const std::vector<cv::Point3f>& points, co
   const auto frame = localFrame(in_plane.projected, meanOf(in_plane.projected), n,
                                 {NoAxisPoint::FallbackAxis, OppositeCross::AboutFirstNormal});
   if (!frame) return std::nullopt;
+  const PointView view(in_plane.projected);
+  if (projected != nullptr) std::copy(view.data(), view.at(view.count()), projected);
   in_plane.frame = *frame;
   in_plane.local = toLocal(in_plane.projected, *frame);
   return in_plane;

@@ -19,9 +19,11 @@ struct PlanarPoints {
   LocalFrame frame;
 };
 
-/// \param[in] plane float[6]: point, unit normal
+/// \param[in] plane float[6]: point, unit normal; null gives nothing
+/// \param[out] projected float[3 * count], or null: the projected points once more
 /// \return nothing when the plane's normal gives no frame (zero, or not finite)
-std::optional<PlanarPoints> intoPlane(const std::vector<cv::Point3f>& points, const float* plane);
+std::optional<PlanarPoints> intoPlane(const std::vector<cv::Point3f>& points, const float* plane,
+                                      float* projected);
 
 /// A point, or a direction, of the local plane in space, stored in float.
 void placeInSpace(const LocalFrame& frame, double x, double y, float* out);

@@ -6,13 +6,13 @@
 
 namespace zelmo::internal {
 
-float signedRadius(const cv::Vec3d& origin, const float* first_point, const float* first_normal,
-                   float radius) {
+float signedRadius(const Probe& probe, const cv::Vec3d& origin, const float* first_point) {
+  if (probe.outward) return *probe.outward ? probe.radius : -probe.radius;
   double towards_origin = 0.0;
   for (int k = 0; k < 3; ++k) {
-    towards_origin += (origin[k] - first_point[k]) * first_normal[k];
+    towards_origin += (origin[k] - first_point[k]) * probe.normals[k];
   }
-  return signedRadius(towards_origin >= 0.0, radius);
+  return towards_origin >= 0.0 ? probe.radius : -probe.radius;
 }
 
 cv::Vec3d footOnAxis(const float* on_axis, const float* axis, const float* point) {

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <optional>
+
 #include <opencv2/core.hpp>
 
 #include "zelmo/feature/frame_toolkit.h"
@@ -20,46 +22,52 @@ enum class CompensatedPoint {
   OnSurface,      ///< on the compensated surface, whatever the point's own deviation: cylinder
 };
 
-/// On which side of the surface the tip was: the sign of the probe radius.
+/// What a host tells of the probe, and where it wants what becomes of the points.
+struct Probe {
+  float radius;
+  const float* normals;         ///< the first tells the side, unless the caller does
+  std::optional<bool> outward;  ///< the side that the caller tells: whether the radius grows
+  float* compensated;           ///< float[3 * count], or null
+  float* errors;                ///< float[3 * count], or null
+
+  bool knowsItsSide() const { return outward || normals != nullptr; }
+};
+
+/// The probe radius with the sign of the side of the surface that the tip was on.
 ///
 /// The radius grows when the first measured normal looks towards the feature's axis or center, that
 /// is when the surface was touched from inside.
 /// \param[in] origin where the radial direction of the first point starts
-float signedRadius(const cv::Vec3d& origin, const float* first_point, const float* first_normal,
-                   float radius);
-
-/// \p radius with the sign that the caller tells.
-inline float signedRadius(bool outward, float radius) { return outward ? radius : -radius; }
+/// \pre knowsItsSide
+float signedRadius(const Probe& probe, const cv::Vec3d& origin, const float* first_point);
 
 /// The foot of \p point on an axis, as stored by XGeoConstructor::Projection_Point_Line.
 /// \param[in] on_axis float[3] \param[in] axis float[3], unit \param[in] point float[3]
 cv::Vec3d footOnAxis(const float* on_axis, const float* axis, const float* point);
 
-/// Writes the compensated points and the error vectors of a radial feature.
+/// Adds the probe radius with its sign to a radius, and writes compensated points and error vectors.
+/// An error is the radial deviation from the compensated feature; zero for a point in its own origin.
+/// \param[in,out] radius the feature's radius
+/// \param[in] points those whose radial directions count
 /// \param[in] origin callable with a point (float[3]), gives where its radial direction starts
-/// \param[in] signed_radius the probe radius with its sign
-/// \param[in] feature_radius the feature's radius after compensation
-/// \param[out] compensated float[3 * count], or null
-/// \param[out] errors float[3 * count], or null: radial deviation from the compensated feature; zero
-///     for a point in its own origin
 template <typename Origin>
-void compensateRadially(const PointView& points, const Origin& origin, float signed_radius,
-                        float feature_radius, CompensatedPoint rule, float* compensated,
-                        float* errors) {
-  if (compensated == nullptr && errors == nullptr) return;
+void compensateRadially(const Probe& probe, float signed_radius, float& radius,
+                        const PointView& points, const Origin& origin, CompensatedPoint rule) {
+  radius = static_cast<float>(static_cast<double>(radius) + signed_radius);
+  if (probe.compensated == nullptr && probe.errors == nullptr) return;
   for (int i = 0; i < points.count(); ++i) {
     const cv::Vec3d p = points.vector(i);
     const cv::Vec3d from = origin(points.at(i));
     const cv::Vec3d radial = p - from;
     const cv::Vec3d direction = unitOrZero(radial);
     const auto distance = static_cast<float>(cv::norm(radial));
-    const float error = distance + signed_radius - feature_radius;
-    const cv::Vec3d moved = rule == CompensatedPoint::OnSurface ? from + direction * feature_radius
+    const float error = distance + signed_radius - radius;
+    const cv::Vec3d moved = rule == CompensatedPoint::OnSurface ? from + direction * radius
                                                                 : p + direction * signed_radius;
     for (int k = 0; k < 3; ++k) {
       const std::ptrdiff_t at = 3 * static_cast<std::ptrdiff_t>(i) + k;
-      if (compensated != nullptr) compensated[at] = static_cast<float>(moved[k]);
-      if (errors != nullptr) errors[at] = static_cast<float>(direction[k] * error);
+      if (probe.compensated != nullptr) probe.compensated[at] = static_cast<float>(moved[k]);
+      if (probe.errors != nullptr) probe.errors[at] = static_cast<float>(direction[k] * error);
     }
   }
 }

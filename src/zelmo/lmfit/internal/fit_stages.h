@@ -13,6 +13,7 @@
 #include "zelmo/internal/deviation_statistics.h"
 #include "zelmo/lmfit/filter.h"
 #include "zelmo/lmfit/internal/kth_largest.h"
+#include "zelmo/lmfit/staged_fit.h"
 
 namespace zelmolm {
 class XPlaneFitLM;
@@ -326,3 +327,42 @@ class FitStages {
 };
 
 }  // namespace zelmo::internal
+
+namespace zelmolm {
+
+template <typename Shape>
+int StagedFit<Shape>::Fit2(const float* points, const float* normals, const int& count,
+                           const float& value) {
+  return zelmo::internal::FitStages<Shape>(static_cast<Shape&>(*this), points, normals, count)
+      .sigma(value);
+}
+
+template <typename Shape>
+int StagedFit<Shape>::Fit3(const float* points, const float* normals, const int& count,
+                           const float& value) {
+  return zelmo::internal::FitStages<Shape>(static_cast<Shape&>(*this), points, normals, count)
+      .proportion(value);
+}
+
+template <typename Shape>
+int StagedFit<Shape>::Fit4(const float* points, const float* normals, const int& count,
+                           const float& value) {
+  return zelmo::internal::FitStages<Shape>(static_cast<Shape&>(*this), points, normals, count)
+      .angle(value);
+}
+
+template <typename Shape>
+int StagedFit<Shape>::Fit5(const float* points, const float* normals, const int& count,
+                           const float& value, const float& angle) {
+  return zelmo::internal::FitStages<Shape>(static_cast<Shape&>(*this), points, normals, count)
+      .sigmaAngle(value, angle);
+}
+
+template <typename Shape>
+int StagedFit<Shape>::Fit6(const float* points, const float* normals, const int& count,
+                           const float& value, const float& angle) {
+  return zelmo::internal::FitStages<Shape>(static_cast<Shape&>(*this), points, normals, count)
+      .proportionAngle(value, angle);
+}
+
+}  // namespace zelmolm

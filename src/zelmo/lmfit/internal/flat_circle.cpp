@@ -22,10 +22,10 @@ constexpr int kParameterCount = 3;
 constexpr int kInscribedMinimum = 10;
 constexpr int kFewPasses = 5;  // a solve that ends sooner is run again
 constexpr int kMostRepeats = 3;
-constexpr float kTouches = 0.001F;  // nearest point this close to the circle: done
+constexpr double kTouches = 0.001;  // nearest point this close to the circle: done
 constexpr int kMostExchanges = 1000;
 constexpr float kMostSkips = 0.4F;  // per point
-constexpr float kStands = 0.0001F;  // a circle that moved less than this
+constexpr double kStands = 0.0001;  // a circle that moved less than this
 constexpr float kOutOfTheWay = 12345678.0F;
 
 void storeCircleResiduals(double* p, double* hx, int /*m*/, int n, void* adata) {
