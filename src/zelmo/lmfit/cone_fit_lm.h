@@ -23,7 +23,8 @@ class ZELMO_EXPORT XConeFitLM : public ZelmoLM {
   ///     finite), the fields being stored all the same
   /// \note Distances are taken square to the axis, not to the mantle: the wider the cone, the farther
   ///     the result lies from the orthogonal fit of noisy points. The cone's radius is rounded to float
-  ///     there, which stops the solver up to a few percent above the least sum of squares.
+  ///     there; where the solver's first steps gain less than that rounding takes, it stops, up to a few
+  ///     percent above the least sum of squares.
   int Fit(const float* points, const float* normals, const int& count);
 
   /// \param[out] cone all fields
