@@ -8,16 +8,12 @@
 #include <gmock/gmock.h>
 
 #include "lmfit/shapes.h"
-#include "support/captured_output.h"
 
 namespace zelmo::test {
 namespace {
 
 using testing::ElementsAre;
-using xfeaturefitfilter::FilterParam;
 using zelmolm::XPlaneFitLM;
-
-const FilterParam kParam(20.0F, 1.8F, 0.25F);
 
 // Points of the plane z = 4, normals up.
 Scan flatScan(const std::vector<std::array<float, 2>>& at) {
@@ -26,12 +22,9 @@ Scan flatScan(const std::vector<std::array<float, 2>>& at) {
   return scan;
 }
 
-XPlaneFitLM fitted(const Scan& scan,
-                   xfeaturefitfilter::FilterMethod method = xfeaturefitfilter::FilterNone) {
+XPlaneFitLM fitted(const Scan& scan) {
   XPlaneFitLM fit;
-  standardOutputOf([&] {
-    EXPECT_EQ(fit.Fit(scan.points.data(), scan.normals.data(), scan.count(), kParam, method), 0);
-  });
+  EXPECT_EQ(fitScan(fit, scan, FilterParam(20, 1.8F, 0.25F), 0).code, 0);
   return fit;
 }
 
@@ -47,9 +40,7 @@ TEST(XPlaneFitLM, DescribesTheExtentByARectangle) {
   const XPlaneFitLM fit = fitted(flatScan(at));
   EXPECT_NEAR(fit.length, 6, 1e-5);
   EXPECT_NEAR(fit.width, 2, 1e-5);
-  EXPECT_NEAR(fit.center[0], 1, 1e-5);
-  EXPECT_NEAR(fit.center[1], 2, 1e-5);
-  EXPECT_NEAR(fit.center[2], 4, 1e-5);
+  EXPECT_LT(static_cast<double>((Vec(fit.center) - Vec(1, 2, 4)).norm()), 1e-5);
   EXPECT_NEAR(std::fabs(fit.majorDir[0] * std::cos(turn) + fit.majorDir[1] * std::sin(turn)), 1,
               1e-6);
   // The corners form a box of the same sides, parallel to the direction of the first point: not
@@ -60,71 +51,45 @@ TEST(XPlaneFitLM, DescribesTheExtentByARectangle) {
   const Real across = (Vec(fit.corners + 3) - Vec(fit.corners + 6)).norm();
   EXPECT_NEAR(static_cast<double>(side.norm() * across), 12, 1e-4);
 
+  // The record's d belongs to the center, not to the fit.
+  XPlaneFitLM lifted = fit;
+  lifted.d = 99;
   xgeofeature::XFPlane plane;
-  XPlaneFitLM(fit).getPlane(plane);
+  lifted.getPlane(plane);
   EXPECT_THAT(plane.normal, ElementsAre(0, 0, 1));
-  EXPECT_THAT((std::array{plane.a, plane.b, plane.c, plane.length, plane.width}),
-              ElementsAre(0, 0, 1, fit.length, fit.width));
-  EXPECT_EQ(plane.d, -fit.center[2]);
+  EXPECT_THAT((std::array{plane.a, plane.b, plane.c, plane.d, plane.length, plane.width}),
+              ElementsAre(0, 0, 1, -fit.center[2], fit.length, fit.width));
 }
 
-// Equal sides: the larger half size is not strictly larger, so the angle grows by a quarter turn.
-TEST(XPlaneFitLM, ASquareTakesItsSecondSideForTheLonger) {
-  const XPlaneFitLM fit = fitted(flatScan({{5, 0}, {0, 5}, {-5, 0}, {0, -5}}));
-  const XPlaneFitLM wide = fitted(flatScan({{5.01F, 0}, {0, 4.99F}, {-5.01F, 0}, {0, -4.99F}}));
-  EXPECT_NEAR(fit.length, fit.width, 1e-5);
-  EXPECT_NEAR(fit.length, std::sqrt(50.0), 1e-5);
-  EXPECT_NEAR(std::hypot(fit.majorDir[0], fit.majorDir[1]), 1, 1e-6);
-  EXPECT_GT(wide.length, 0);
+// Equal sides: the half size is not strictly larger, so the angle grows by a quarter turn. A patch
+// within 0.01 of its mean takes its axis from the world.
+TEST(XPlaneFitLM, DescribesASquareAndATinyPatch) {
+  const XPlaneFitLM square = fitted(flatScan({{5, 0}, {0, 5}, {-5, 0}, {0, -5}}));
+  EXPECT_NEAR(square.length, std::sqrt(50.0), 1e-5);
+  EXPECT_NEAR(square.width, square.length, 1e-5);
+  EXPECT_NEAR(std::hypot(square.majorDir[0], square.majorDir[1]), 1, 1e-6);
+  const XPlaneFitLM patch = fitted(
+      flatScan({{0.004F, 0.002F}, {-0.004F, 0.002F}, {-0.004F, -0.002F}, {0.004F, -0.002F}}));
+  EXPECT_NEAR(patch.length, 0.008, 1e-7);
+  EXPECT_NEAR(patch.width, 0.004, 1e-7);
+  EXPECT_NEAR(std::fabs(patch.majorDir[0]), 1, 1e-6);
 }
 
-TEST(XPlaneFitLM, ThreePointsGiveTheirPlaneOnTheSideOfTheNormals) {
+TEST(XPlaneFitLM, LiesOnTheSideOfMostNormals) {
   for (const float up : {1.0F, -1.0F}) {
-    Scan scan = flatScan({{0, 0}, {10, 0}, {0, 10}});
-    scan.normals = {0, 0, up, 0, 0, up, 0, 0, -up};
-    const XPlaneFitLM fit = fitted(scan);
-    EXPECT_THAT(fit.normal, ElementsAre(testing::FloatNear(0, 1e-7F), testing::FloatNear(0, 1e-7F),
-                                        testing::FloatEq(up)));
+    Scan three = flatScan({{0, 0}, {10, 0}, {0, 10}});
+    three.normals = {0, 0, up, 0, 0, up, 0, 0, -up};
+    const XPlaneFitLM fit = fitted(three);
+    EXPECT_LT(static_cast<double>((Vec(fit.normal) - Vec(0, 0, up)).norm()), 1e-7);
     EXPECT_FLOAT_EQ(fit.d, -4 * up);
   }
-}
-
-// Zero normals count against the plane's sign, a tie for it: the sign that the first points give
-// stays, whichever it is.
-TEST(XPlaneFitLM, ATieOfNormalsKeepsTheSign) {
-  Scan scan = flatScan({{0, 0}, {10, 0}, {0, 10}, {10, 10}});
-  Scan none = scan;
-  for (std::size_t i = 0; i < 12; ++i) scan.normals[i] *= i < 6 ? 1 : -1;
+  // A tie keeps the sign that the points give. Normals without length count against it, first in the
+  // solver's vote and then in the rectangle's.
+  Scan tied = flatScan({{0, 0}, {10, 0}, {0, 10}, {10, 10}}), none = tied;
+  for (std::size_t i = 0; i < 12; ++i) tied.normals[i] *= i < 6 ? 1 : -1;
   std::fill(none.normals.begin(), none.normals.end(), 0.0F);
-  const XPlaneFitLM tied = fitted(scan);
-  const XPlaneFitLM turned_twice = fitted(none);
-  EXPECT_EQ(tied.normal[2], turned_twice.normal[2]);
-  EXPECT_EQ(std::fabs(tied.normal[2]), 1);
-}
-
-// All points lie within 0.01 of their mean.
-TEST(XPlaneFitLM, ATinyPatchTakesItsAxisFromTheWorld) {
-  const XPlaneFitLM fit = fitted(
-      flatScan({{0.004F, 0.002F}, {-0.004F, 0.002F}, {-0.004F, -0.002F}, {0.004F, -0.002F}}));
-  EXPECT_NEAR(fit.length, 0.008, 1e-7);
-  EXPECT_NEAR(fit.width, 0.004, 1e-7);
-  EXPECT_NEAR(std::fabs(fit.majorDir[0]), 1, 1e-6);
-}
-
-// Every residual is the same: of the tied points the earliest stay. The last quarter lies on a plane
-// of its own.
-TEST(XPlaneFitLM, TheProportionKeepsTheEarliestOfTiedPoints) {
-  Scan scan;
-  for (int i = 0; i < 400; ++i) {
-    const double x = i % 20;
-    const double y = i / 20;
-    const int sign = (i / 20 + i) % 2 ? 1 : -1;
-    scan.add({{x, y, 0.25 * sign}, {0, 0, 1}});
-  }
-  const auto expected = leastSquares({0, 0, 1, 0}, 300, [&](const std::vector<Real>& p, int i) {
-    return planeResidual(p, &scan.points[3 * static_cast<std::size_t>(i)]);
-  });
-  PlaneShape::expectNear(fitted(scan, xfeaturefitfilter::FilterProportion), expected);
+  EXPECT_EQ(fitted(tied).normal[2], fitted(none).normal[2]);
+  EXPECT_EQ(std::fabs(fitted(tied).normal[2]), 1);
 }
 
 TEST(XPlaneFitLM, PrintsWhatEachFilterDid) {
@@ -137,10 +102,7 @@ TEST(XPlaneFitLM, PrintsWhatEachFilterDid) {
   }
   const auto printed = [&](int method, float share) {
     XPlaneFitLM fit;
-    return standardOutputOf([&] {
-      fit.Fit(scan.points.data(), scan.normals.data(), scan.count(), FilterParam(20, 2, share),
-              static_cast<xfeaturefitfilter::FilterMethod>(method));
-    });
+    return fitScan(fit, scan, FilterParam(20, 2, share), method).printed;
   };
   EXPECT_EQ(printed(0, 0.1F), "");
   EXPECT_EQ(printed(2, 0.1F), "90 100\n");
@@ -149,14 +111,9 @@ TEST(XPlaneFitLM, PrintsWhatEachFilterDid) {
 
   const std::string band = printed(1, 0.1F);
   EXPECT_EQ(printed(4, 0.1F), band + "80 100\n");
-  const auto all = leastSquares({0, 0, 1, 0}, 100, [&](const std::vector<Real>& p, int i) {
-    return planeResidual(p, &scan.points[3 * static_cast<std::size_t>(i)]);
-  });
+  const Params all = scan.solved({0, 0, 1, 0}, scan.all(), planeResidual);
   Real squares = 0;
-  for (std::size_t i = 0; i < 100; ++i) {
-    const Real r = planeResidual(all, &scan.points[3 * i]);
-    squares += r * r;
-  }
+  for (int i = 0; i < 100; ++i) squares += std::pow(planeResidual(all, scan.point(i)), 2);
   std::istringstream line(band);
   double mean = 1, deviation = 0, upper = 0, lower = 0;
   line >> mean >> deviation >> upper >> lower;
@@ -167,25 +124,18 @@ TEST(XPlaneFitLM, PrintsWhatEachFilterDid) {
   EXPECT_NEAR(lower, -2 * deviation, 2e-6);
 }
 
-// The zone of four points one of which is lifted: all but the farthest are measured from the lowest.
-TEST(XPlaneFitLM, TheZoneResidualWeighsTheFarthestPoint) {
+// In the zone all but the farthest are measured from the lowest, and that one counts 10 n times. A
+// normal of no length is not divided by.
+TEST(XPlaneFitLM, HasResidualsOfDistanceAndOfTheZone) {
   float points[] = {0, 0, -1, 1, 0, 0, 0, 1, 3, 1, 1, 3};
-  double plane[] = {0, 0, 2, 4};
-  double hx[4];
+  double plane[] = {0, 0, 2, 4}, hx[4];
   XPlaneFitLM::Fit_Chebyshev_Function(plane, hx, 4, 4, points);
   EXPECT_THAT(hx, ElementsAre(0, 1, 4 * 40, 4));
-}
-
-// No length to divide by: the parameters are used as they are.
-TEST(XPlaneFitLM, ResidualsPassThroughANormalOfNoLength) {
-  float points[] = {1, 2, 3};
-  double hx = 0;
-  double tiny[] = {0, 0, 0.00009, 5};
-  XPlaneFitLM::Fit_Function(tiny, &hx, 4, 1, points);
-  EXPECT_DOUBLE_EQ(hx, 0.00027 + 5);
-  double small[] = {0, 0, 0.0001, 5};
-  XPlaneFitLM::Fit_Function(small, &hx, 4, 1, points);
-  EXPECT_NEAR(hx, 3 + 50000, 1e-6);
+  double tiny[] = {0, 0, 0.00009, 5}, small[] = {0, 0, 0.0001, 5};
+  XPlaneFitLM::Fit_Function(tiny, hx, 4, 3, points);
+  EXPECT_DOUBLE_EQ(hx[2], 0.00027 + 5);
+  XPlaneFitLM::Fit_Function(small, hx, 4, 3, points);
+  EXPECT_NEAR(hx[2], 3 + 50000, 1e-6);
 }
 
 }  // namespace

@@ -27,14 +27,18 @@ inline void solveInPlace(std::vector<std::vector<Real>> a, std::vector<Real>& b)
 }
 
 /// The parameters near \p p with the smallest sum of squares of residual(p, i), i = 0..n-1, by Newton
-/// steps on exact-looking central differences. A trace of damping holds parameters without influence.
+/// steps on exact-looking central differences, damped while they do not gain. A trace of damping holds
+/// parameters without influence.
 template <typename Residual>
 std::vector<Real> leastSquares(std::vector<Real> p, int n, Residual residual) {
   const std::size_t m = p.size();
-  for (int pass = 0; pass < 40; ++pass) {
+  std::vector<Real> best, best_g, row(m), h(m);
+  std::vector<std::vector<Real>> best_a;
+  Real least = HUGE_VALL, damping = 1e-14L;
+  for (int pass = 0; pass < 200; ++pass) {
     std::vector<std::vector<Real>> a(m, std::vector<Real>(m, 0));
-    std::vector<Real> g(m, 0), row(m), h(m);
-    Real scale = 0;
+    std::vector<Real> g(m, 0);
+    Real scale = 0, sum = 0;
     for (std::size_t j = 0; j < m; ++j) h[j] = 1e-6L * (1 + std::fabs(p[j]));
     for (int i = 0; i < n; ++i) {
       for (std::size_t j = 0; j < m; ++j) {
@@ -46,22 +50,33 @@ std::vector<Real> leastSquares(std::vector<Real> p, int n, Residual residual) {
         p[j] = kept;
       }
       const Real e = residual(p, i);
+      sum += e * e;
       for (std::size_t j = 0; j < m; ++j) {
         g[j] -= row[j] * e;
         for (std::size_t k = 0; k < m; ++k) a[j][k] += row[j] * row[k];
         scale = std::max(scale, a[j][j]);
       }
     }
-    for (std::size_t j = 0; j < m; ++j) a[j][j] += 1e-13L * scale;
+    const bool gains = !(sum >= least);
+    damping = gains ? std::max(1e-13L, damping / 10) : damping * 100;
+    if (gains) {
+      least = sum;
+      best = p;
+      best_g = g;
+      best_a = a;
+    }
+    a = best_a;
+    g = best_g;
+    for (std::size_t j = 0; j < m; ++j) a[j][j] += damping * scale;
     solveInPlace(std::move(a), g);
     Real step = 0;
     for (std::size_t j = 0; j < m; ++j) {
-      p[j] += g[j];
+      p[j] = best[j] + g[j];
       step = std::max(step, std::fabs(g[j]));
     }
-    if (step < 1e-15L) break;
+    if (step < 1e-13L) break;
   }
-  return p;
+  return best;
 }
 
 /// Distances as the damped fits take them, in long double. \p p as in the fits: plane a, b, c, d;
