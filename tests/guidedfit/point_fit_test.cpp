@@ -3,10 +3,11 @@
 #include "zelmo/guidedfit/point_fit.h"
 
 #include <array>
+#include <cmath>
 #include <limits>
+#include <vector>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "support/captured_output.h"
 
@@ -42,22 +43,20 @@ TEST(XPointFitSingle, MovesAgainstTheNormalOfTheNearestFace) {
   EXPECT_THAT(result, ElementsAre(9.75F, 5, 2, -1, 0, 0));
 }
 
-struct FailureCase {
-  const char* name;
-  std::array<float, 6> point;
-  int code;
-  const char* line;
-};
-
 TEST(XPointFitSingle, SaysWhyItFailsAndLeavesTheResult) {
-  const FailureCase cases[] = {
+  const struct {
+    const char* name;
+    std::array<float, 6> point;
+    int code;
+    const char* line;
+  } cases[] = {
       {"not finite", {kNaN, 5, 1, 0, 0, 1}, -2, "-2_123456789\n"},
-      {"infinite", {0, std::numeric_limits<float>::infinity(), 1, 0, 0, 1}, -2, "-2_123456789\n"},
+      {"infinite", {0, HUGE_VALF, 1, 0, 0, 1}, -2, "-2_123456789\n"},
       {"beside the mesh", {2, -60, 1, 0, 0, 1}, -3, "-3_123456789\n"},
       {"too far above", {2, 5, 30.5F, 0, 0, 1}, -4, "-4_123456789\n"},
   };
   XPointFit fit = onSquare();
-  for (const FailureCase& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     std::array<float, 6> result = kUntouched;
     const std::string printed =
@@ -74,23 +73,26 @@ TEST(XPointFitSingle, SaysWhyItFailsAndLeavesTheResult) {
 TEST(XPointFitSingle, FindsNothingWithoutAMesh) {
   const float point[] = {2, 5, 1, 0, 0, 1};
   std::array<float, 6> result = kUntouched;
-  XPointFit empty_mesh;
+  XPointFit no_mesh, empty_mesh, no_normals;
   empty_mesh.setData(nullptr, 0, nullptr, nullptr, 0);
-  XPointFit no_mesh;
-  for (XPointFit* fit : {&no_mesh, &empty_mesh}) {
-    const std::string printed =
-        standardOutputOf([&] { EXPECT_EQ(fit->Fit(point, result.data(), 1.0F), -2); });
-    EXPECT_EQ(printed, "-2_123456789\n");
+  no_normals.setData(kVertices, 5, nullptr, kFaces, 3);
+  for (XPointFit* fit : {&no_mesh, &empty_mesh, &no_normals}) {
+    EXPECT_EQ(standardOutputOf([&] { EXPECT_EQ(fit->Fit(point, result.data(), 1.0F), -2); }),
+              "-2_123456789\n");
   }
   EXPECT_EQ(result, kUntouched);
 }
 
+// As many as the search looks at, and before the one that can be found: its normal is (-1, 0, 0).
 TEST(XPointFitSingle, KeepsAFaceThatNamesAMissingVertexOutOfReach) {
-  const int faces[] = {0, 1, 77, -1, 2, 3, 0, 2, 3};
+  std::vector<int> faces;
+  for (int i = 0; i < 12; ++i) faces.insert(faces.end(), {0, 1, i % 2 == 0 ? 77 : -1});
+  faces.insert(faces.end(), {0, 2, 3});
+  std::vector<float> normals(39, 0.0F);
+  normals[36] = -1;
   XPointFit fit;
-  fit.setData(kVertices, 5, kNormals, faces, 3);
-  EXPECT_EQ(fit.faces.size(), 3U);
-  // Only the third face, whose normal here is (-1, 0, 0), can be found.
+  fit.setData(kVertices, 5, normals.data(), faces.data(), 13);
+  EXPECT_EQ(fit.faces.size(), 13U);
   const float point[] = {2, 5, 0, 0, 0, 1};
   std::array<float, 6> result = kUntouched;
   EXPECT_EQ(fit.Fit(point, result.data(), 1.0F), 0);
