@@ -5,12 +5,12 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <random>
 #include <utility>
 
 #include <boost/weak_ptr.hpp>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace zelmo::internal {
 namespace {
@@ -25,7 +25,7 @@ constexpr float kInf = std::numeric_limits<float>::infinity();
 boost::shared_ptr<Cloud> latticeWithHoles() {
   const auto cloud = makeCloud(9 * 9 * 9);
   std::vector<int> order(cloud->size());
-  for (std::size_t i = 0; i < order.size(); ++i) order[i] = static_cast<int>(i);
+  std::iota(order.begin(), order.end(), 0);
   std::shuffle(order.begin(), order.end(), std::mt19937(7));
   for (std::size_t i = 0; i < order.size(); ++i) {
     const int k = order[i];

@@ -16,7 +16,7 @@
 
 #include "support/captured_output.h"
 #include "support/reference_data.h"
-#include "support/residuals.h"
+#include "support/solver_models.h"
 
 namespace zelmo::internal {
 namespace {
@@ -47,33 +47,31 @@ struct Replay {
     stored_p = numbers(stored.get_child("p"));
     stored_info = numbers(stored.get_child("info"));
     for (const auto& row : stored.get_child("points")) {
-      for (const double value : numbers(row.second)) points.push_back(value);
+      for (const double value : numbers(row.second)) traced.points.push_back(value);
     }
     x = numbers(stored.get_child("x"));
     options = numbers(stored.get_child("opts"));
-    context.f = lmv_find(stored.get<std::string>("problem").c_str());
-    context.d = {};
-    context.d.pts = points.data();
+    traced.model = test::solverModel(stored.get<std::string>("problem"));
     if (const auto& fault = stored.get_child("fault"); !fault.empty()) {
-      context.d.fault_first = fault.get<long>("first_call");
-      context.d.fault_last = fault.get<long>("last_call");
-      context.d.fault_value = number(fault, "value");
-      context.d.fault_entries = fault.get<int>("entries");
+      traced.first_fault = fault.get<long>("first_call");
+      traced.last_fault = fault.get<long>("last_call");
+      traced.fault_value = number(fault, "value");
+      traced.fault_entries = fault.get<int>("entries");
     }
   }
 
   void run() {
     info.fill(kUnset);
-    result = dlevmar_dif(lmv_traced, p.data(), x.empty() ? nullptr : x.data(), m, n,
+    result = dlevmar_dif(test::TracedModel::call, p.data(), x.empty() ? nullptr : x.data(), m, n,
                          stored.get<int>("itmax"), options.empty() ? nullptr : options.data(),
-                         info.data(), nullptr, nullptr, &context);
+                         info.data(), nullptr, nullptr, &traced);
   }
 
   ptree stored;
   int m = 0, n = 0, result = 0;
-  std::vector<double> p, x, options, points, stored_p, stored_info;
+  std::vector<double> p, x, options, stored_p, stored_info;
   std::array<double, 10> info{};
-  lmv_ctx context{};
+  test::TracedModel traced;
 };
 
 class DampedSolverReplay : public testing::TestWithParam<const char*> {};
@@ -82,16 +80,16 @@ class DampedSolverReplay : public testing::TestWithParam<const char*> {};
 // renewal, damping or stop rule.
 void expectStoredTrace(const Replay& replay) {
   const auto& trace = replay.stored.get_child("trace");
-  const int stable = std::min<int>({replay.stored.get<int>("stability.stable_calls_1e_6"),
-                                    static_cast<int>(trace.size()), LMV_TRACE_MAX});
-  ASSERT_GE(replay.context.d.ntrace, stable);
+  const auto stable = std::min<std::size_t>(
+      replay.stored.get<std::size_t>("stability.stable_calls_1e_6"), trace.size());
+  ASSERT_GE(replay.traced.trace.size(), stable);
   auto row = trace.begin();
-  for (int call = 0; call < stable; ++call, ++row) {
+  for (std::size_t call = 0; call < stable; ++call, ++row) {
     const auto at = numbers(row->second.front().second);
     double largest = 0.0;
     for (const double value : at) largest = std::max(largest, std::fabs(value));
     for (std::size_t i = 0; i < at.size(); ++i) {
-      const double ours = replay.context.d.trace_p[call][i];
+      const double ours = replay.traced.trace[call][i];
       if (sameOrBothNaN(ours, at[i])) continue;
       ASSERT_NEAR(ours, at[i], 1e-6 * (std::fabs(at[i]) + 1e-6 * largest))
           << "call " << call << " parameter " << i;
@@ -151,7 +149,7 @@ TEST_P(DampedSolverReplay, DoesWhatIsStored) {
   ZELMO_REQUIRE_REFERENCE_DATA("damped_solver");
   Replay replay(GetParam());
   EXPECT_EQ(test::standardOutputOf([&] { replay.run(); }), "");
-  EXPECT_EQ(replay.context.d.calls, replay.stored.get<long>("func_calls") > 0 ? replay.info[7] : 0);
+  EXPECT_EQ(replay.traced.calls, replay.stored.get<long>("func_calls") > 0 ? replay.info[7] : 0);
 
   expectStoredTrace(replay);
   expectStoredShape(replay);
@@ -187,8 +185,9 @@ struct Parabola {
   explicit Parabola(int n) : y(static_cast<std::size_t>(n)) {
     std::mt19937 random(5);
     std::normal_distribution<double> noise(0.0, 0.01);
-    for (int i = 0; i < n; ++i)
+    for (int i = 0; i < n; ++i) {
       y[static_cast<std::size_t>(i)] = 2 - at(i) + 0.5 * at(i) * at(i) + noise(random);
+    }
   }
   double at(int i) const { return 4.0 * i / static_cast<double>(y.size()) - 2.0; }
   static void model(double* p, double* hx, int /*m*/, int n, void* adata) {
@@ -209,28 +208,23 @@ TEST_P(DampedSolverRows, SolvesAParabolaWithItsCovariance) {
   Parabola data(n);
   cv::Matx33d a = cv::Matx33d::zeros();
   cv::Vec3d b(0, 0, 0);
+  double squares = 0.0;
   for (int i = 0; i < n; ++i) {
-    const double t = data.at(i);
-    const cv::Vec3d row(1, t, t * t);
+    const cv::Vec3d row(1, data.at(i), data.at(i) * data.at(i));
+    const double y = data.y[static_cast<std::size_t>(i)];
     a += row * row.t();
-    b += row * data.y[static_cast<std::size_t>(i)];
+    b += row * y;
+    squares += y * y;
   }
   const cv::Vec3d expected = a.solve(b, cv::DECOMP_LU);
-  double p[3] = {0.5, 0.5, 0.25};
-  double info[10];
-  double covar[9];
+  double p[3] = {0.5, 0.5, 0.25}, info[10], covar[9];
   EXPECT_GE(dlevmar_dif(Parabola::model, p, data.y.data(), 3, n, 100, nullptr, info, nullptr, covar,
                         &data),
             0);
   for (int i = 0; i < 3; ++i) EXPECT_NEAR(p[i], expected[i], 1e-9);
-  double error = 0.0;
-  for (int i = 0; i < n; ++i) {
-    const double t = data.at(i);
-    const double e = data.y[static_cast<std::size_t>(i)] - (p[0] + p[1] * t + p[2] * t * t);
-    error += e * e;
-  }
-  EXPECT_NEAR(info[1], error, 1e-12);
-  const cv::Matx33d covariance = a.inv() * (error / (n - 3));
+  const double error = squares - b.dot(expected);
+  EXPECT_NEAR(info[1], error, 1e-13 * squares);
+  const cv::Matx33d covariance = a.inv() * (info[1] / (n - 3));
   for (int i = 0; i < 9; ++i) {
     EXPECT_NEAR(covar[i], covariance.val[i], 1e-4 * std::fabs(covariance.val[0]));
   }
@@ -252,19 +246,24 @@ TEST(DampedSolver, TouchesNothingWithoutEnoughMeasurements) {
   }
 }
 
-// A parameter without influence leaves J^T J singular: the damping makes it solvable, and the
-// covariance gives it none.
-TEST(DampedSolver, CarriesAParameterWithoutInfluence) {
+// Two parameters that do the same leave J^T J singular: the damping makes it solvable, and the
+// covariance is that of the pseudoinverse, which shares between them.
+TEST(DampedSolver, CarriesTwoParametersThatDoTheSame) {
   Parabola data(50);
-  double p[4] = {0.5, 0.5, 0.25, 3.0};
-  double covar[16];
-  EXPECT_GE(dlevmar_dif(Parabola::model, p, data.y.data(), 4, 50, 100, nullptr, nullptr, nullptr,
-                        covar, &data),
-            0);
-  EXPECT_NEAR(p[2], 0.5, 0.05);
-  EXPECT_NEAR(p[3], 3.0, 1e-12);
-  EXPECT_GT(covar[0], 0.0);
-  EXPECT_NEAR(covar[15], 0.0, 1e-15);
+  const auto twice = [](double* p, double* hx, int /*m*/, int n, void* adata) {
+    double q[3] = {p[0] + p[3], p[1], p[2]};
+    Parabola::model(q, hx, 3, n, adata);
+  };
+  double p[4] = {0.5, 0.5, 0.25, 0.75}, q[3] = {1.25, 0.5, 0.25}, covar[16], single[9];
+  EXPECT_GE(
+      dlevmar_dif(twice, p, data.y.data(), 4, 50, 100, nullptr, nullptr, nullptr, covar, &data), 0);
+  dlevmar_dif(Parabola::model, q, data.y.data(), 3, 50, 100, nullptr, nullptr, nullptr, single,
+              &data);
+  EXPECT_NEAR(p[0] + p[3], q[0], 1e-9);
+  EXPECT_NEAR(p[3] - p[0], 0.25, 1e-6);
+  for (const std::size_t i : {0U, 3U, 12U, 15U}) {
+    EXPECT_NEAR(covar[i], single[0] / 4, 1e-4 * single[0]);
+  }
 }
 
 }  // namespace

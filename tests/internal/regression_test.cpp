@@ -39,8 +39,7 @@ TEST(PrincipalAxes, FormTheOffsetsInTheAskedPrecision) {
   const float data[] = {0.1F, 0, 0, 0.2F, 0, 0};
   const PointView points(data, 2);
   const cv::Vec3d origin(30000.25, 0, 0);
-  double in_double = 0;
-  double in_float = 0;
+  double in_double = 0, in_float = 0;
   for (const float x : {0.1F, 0.2F}) {
     in_double += (x - 30000.25) * (x - 30000.25);
     const float rounded = x - 30000.25F;
@@ -70,6 +69,7 @@ TEST(AlgebraicSphere, RecoversAPatchFarAwayAndHasNoneBelowFourPoints) {
   EXPECT_NEAR(sphere->center[2], 90, 3e-4);
   EXPECT_NEAR(sphere->radius, 25, 3e-4);
   EXPECT_FALSE(algebraicSphere(PointView(&patch[0].x, 3)));
+  EXPECT_FALSE(regressionPlane(PointView(&patch[0].x, 2)));
   const auto flat = algebraicSphere(PointView({{0, 0, 0}, {2, 0, 0}, {0, 2, 0}, {2, 2, 0}}));
   ASSERT_TRUE(flat);
   EXPECT_EQ(flat->center, cv::Vec3d(1, 1, 0));
@@ -85,33 +85,31 @@ std::vector<cv::Point2f> arc(int count) {
   return points;
 }
 
-TEST(AlgebraicCircle, RecoversACircle) {
+TEST(AlgebraicCircle, RecoversACircleAndHasNoneWithoutPointsOrWithANan) {
   const auto points = arc(11);
   const auto circle = algebraicCircle(PlanarView(points));
   ASSERT_TRUE(circle);
   EXPECT_NEAR(circle->cx, 3, 1e-6);
   EXPECT_NEAR(circle->cy, -2, 1e-6);
   EXPECT_NEAR(circle->radius, 5, 1e-6);
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  EXPECT_FALSE(algebraicCircle(PlanarView(nullptr, 0)));
+  EXPECT_FALSE(algebraicCircle(PlanarView({{nan, 0}, {1, 0}, {0, 1}, {1, 1}})));
 }
 
 TEST(AlgebraicCircle, OfTheFirstHalfReadsNoPointBehindIt) {
   for (const int count : {10, 11}) {
     auto points = arc(count);
-    const auto half = algebraicCircle(PlanarView(points), SummedPoints::FirstHalf);
-    points[static_cast<std::size_t>(count - count / 2)] = {77, 99};
-    const auto changed_behind = algebraicCircle(PlanarView(points), SummedPoints::FirstHalf);
-    points[static_cast<std::size_t>(count - count / 2 - 1)] = {77, 99};
-    const auto changed_within = algebraicCircle(PlanarView(points), SummedPoints::FirstHalf);
-    ASSERT_TRUE(half && changed_behind && changed_within);
-    EXPECT_EQ(half->radius, changed_behind->radius);
-    EXPECT_NE(half->radius, changed_within->radius);
+    const auto radius = [&] {
+      return algebraicCircle(PlanarView(points), SummedPoints::FirstHalf)->radius;
+    };
+    const double half = radius();
+    const auto behind = static_cast<std::size_t>(count - count / 2);
+    points[behind] = {77, 99};
+    EXPECT_EQ(radius(), half);
+    points[behind - 1] = {77, 99};
+    EXPECT_NE(radius(), half);
   }
-}
-
-TEST(AlgebraicCircle, HasNoneWithoutPointsOrWithANan) {
-  const float nan = std::numeric_limits<float>::quiet_NaN();
-  EXPECT_FALSE(algebraicCircle(PlanarView(nullptr, 0)));
-  EXPECT_FALSE(algebraicCircle(PlanarView({{nan, 0}, {1, 0}, {0, 1}, {1, 1}})));
 }
 
 TEST(AxisExtent, SpansTheParametersAndCountsNearPointsAsZero) {
@@ -119,16 +117,18 @@ TEST(AxisExtent, SpansTheParametersAndCountsNearPointsAsZero) {
   const AxisExtent extent = axisExtent(PointView(data, 3), {5, 0, 2}, {2, 0, 0});
   EXPECT_DOUBLE_EQ(extent.low, -2);
   EXPECT_DOUBLE_EQ(extent.high, 4);
+  const auto highOf = [](const std::vector<float>& p, const cv::Vec3f& origin, const cv::Vec3d& u,
+                         OffsetRounding rounding) {
+    return axisExtent(PointView(p.data(), 1), origin, u, rounding).high;
+  };
+  const auto in_float = OffsetRounding::ToFloat;
   // Alone, a point within 1e-6 stands at 0, and one just beyond does not.
-  const float near[] = {5, 1e-7F, 2};
-  EXPECT_EQ(axisExtent(PointView(near, 1), {5, 0, 2}, {0, 1, 0}).high, 0.0);
-  const float beyond[] = {5, 2e-6F, 2};
-  EXPECT_EQ(axisExtent(PointView(beyond, 1), {5, 0, 2}, {0, 1, 0}).high, 2e-6F);
+  EXPECT_EQ(highOf({5, 1e-7F, 2}, {5, 0, 2}, {0, 1, 0}, in_float), 0.0);
+  EXPECT_EQ(highOf({5, 2e-6F, 2}, {5, 0, 2}, {0, 1, 0}, in_float), 2e-6F);
   // A float offset loses what a double one keeps.
-  const float far[] = {1e-3F, 0, 0};
-  EXPECT_EQ(axisExtent(PointView(far, 1), {-4096, 0, 0}, {1, 0, 0}).high, 1e-3F + 4096.0F);
-  EXPECT_EQ(axisExtent(PointView(far, 1), {-4096, 0, 0}, {1, 0, 0}, OffsetRounding::None).high,
-            1e-3F + 4096.0);
+  const cv::Vec3f far(-4096, 0, 0);
+  EXPECT_EQ(highOf({1e-3F, 0, 0}, far, {1, 0, 0}, in_float), 1e-3F + 4096.0F);
+  EXPECT_EQ(highOf({1e-3F, 0, 0}, far, {1, 0, 0}, OffsetRounding::None), 1e-3F + 4096.0);
   EXPECT_EQ(axisExtent({}, {0, 0, 0}, {1, 0, 0}).low, 1e10);
   EXPECT_EQ(axisExtent({}, {0, 0, 0}, {1, 0, 0}).high, -1e10);
 }
