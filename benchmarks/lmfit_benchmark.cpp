@@ -436,8 +436,9 @@ void BM_TwoThreads(benchmark::State& state) {
   };
   double alone = 1e9;
   double together = 1e9;
+  bool same_bits = true;
   for (auto _ : state) {
-    zelmolm::XCylinderFitLM a, b;
+    zelmolm::XCylinderFitLM a, b, c;
     together = std::min(together, wallSecondsOf([&] {
                           std::thread other([&] { fit(a); });
                           fit(b);
@@ -445,11 +446,16 @@ void BM_TwoThreads(benchmark::State& state) {
                         }));
     state.PauseTiming();
     alone = std::min(alone, wallSecondsOf([&] {
-                       fit(a);
-                       fit(b);
+                       fit(c);
+                       fit(c);
                      }));
+    for (const auto* fitted : {&a, &b}) {
+      same_bits = same_bits && std::equal(fitted->center, fitted->center + 3, c.center) &&
+                  std::equal(fitted->axis, fitted->axis + 3, c.axis) && fitted->radius == c.radius;
+    }
     state.ResumeTiming();
   }
+  state.counters["same_bits"] = same_bits ? 1 : 0;
   state.counters["speed_over_one_thread"] = alone / together;
 }
 
