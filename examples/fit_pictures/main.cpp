@@ -175,7 +175,8 @@ Drawing shortCylinders() {
   };
   Path fit;
   Path fit2;
-  for (double ratio = 0.1; ratio < 8; ratio *= 1.18) {
+  for (int k = 0; k < 27; ++k) {
+    const double ratio = 0.1 * std::pow(1.18, k);
     Points points;
     std::mt19937 engine(5);
     std::uniform_real_distribution<double> unit(0, 1);
