@@ -423,19 +423,25 @@ TEST(OutlineDistances, RoundTheTurnedPointToFloat) {
 }
 
 TEST(GrooveSizes, DecideTheReturnAfterTheResultIsWritten) {
-  // On a circle half the straight length comes out at 0, on either side of it, and the corners fill
-  // the rectangle: whichever, the return and the object must follow what is written.
-  Points ring;
-  for (int i = 0; i < 24; ++i) {
-    ring.push_back(inSpace({8 * std::cos(kPi * i / 12), 8 * std::sin(kPi * i / 12)}));
-  }
-  for (int method = 0; method < 6; ++method) {
+  // On a ring of three lobes half the straight length can come out below 0, on a round one the
+  // corners fill the rectangle: whichever, return and object must follow what is written.
+  for (int row = 0; row < 12; ++row) {
+    const int method = row % 6;
+    Points ring;
+    for (int i = 0; i < 24; ++i) {
+      const double turn = kPi * i / 12;
+      const double r = 8 + (row < 6 ? 0 : 0.2) * std::cos(3 * turn + 0.3);
+      const cv::Point3f flat(static_cast<float>(r * std::cos(turn)),
+                             static_cast<float>(r * std::sin(turn)), 0.0F);
+      ring.push_back(row < 6 ? inSpace({r * std::cos(turn), r * std::sin(turn)}) : flat);
+    }
     xcurve3dfit::XOvalGroove3DFit oval;
     Floats out(11, 7);
     const bool fits = oval.Fit(ring, out.data(), static_cast<FitMethod>(method));
     EXPECT_NE(out[0], 7);
     EXPECT_EQ(fits, out[9] > 0 && out[10] > 0);
     EXPECT_EQ(oval.radius, fits ? out[10] : 0);
+    if (row >= 6) continue;
     xcurve3dfit::XRoundGroove3DFit round;
     Floats rounded(12, 7);
     const bool is_round = round.Fit(ring, rounded.data(), static_cast<FitMethod>(method));

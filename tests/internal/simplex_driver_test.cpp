@@ -5,6 +5,7 @@
 #include <cmath>
 #include <vector>
 
+#include <gsl/gsl_errno.h>
 #include <gtest/gtest.h>
 
 namespace zelmo::test {
@@ -77,6 +78,26 @@ TEST(SimplexDriver, EndsWhereAllStepsWouldHaveEnded) {
     }
   }
   EXPECT_GT(shortened, 10);
+}
+
+TEST(SimplexDriver, RefusesAStartWithoutAValue) {
+  const auto end = endOf({NAN}, 3, [](auto... a) { return internal::descend(a..., 100); });
+  EXPECT_EQ(end.iterations, 0);
+  EXPECT_EQ(end.evaluations, 1);
+}
+
+int g_errors = 0;
+void countError(const char*, const char*, int, int) { ++g_errors; }
+
+TEST(SimplexDriver, GivesTheHandlerBackWithTheLastGuard) {
+  gsl_error_handler_t* const before = gsl_set_error_handler(countError);
+  {
+    const internal::GslErrorsOff outer;
+    { const internal::GslErrorsOff inner; }
+    gsl_error("", __FILE__, __LINE__, GSL_EFAILED);
+  }
+  EXPECT_EQ(g_errors, 0);
+  EXPECT_EQ(gsl_set_error_handler(before), &countError);
 }
 
 }  // namespace
