@@ -63,16 +63,6 @@ ZELMO_ALWAYS_INLINE void storeBlock(const double* __restrict values, float* __re
   ZELMO_LANE_LOOP for (int i = 0; i < kBlock; ++i) out[i] = static_cast<float>(values[i]);
 }
 
-/// Adds the stored values of a block, each in its lane.
-template <typename Stored>
-ZELMO_ALWAYS_INLINE void addBlock(const Stored* stored, double* __restrict sum) {
-  ZELMO_LANE_LOOP for (int k = 0; k < kLanes; ++k) {
-    double running = sum[k];
-    for (int j = 0; j < kBlock; j += kLanes) running += stored[j + k];
-    sum[k] = running;
-  }
-}
-
 template <typename View, typename Deviation, typename Stored>
 ZELMO_ALWAYS_INLINE DeviationPass laneStore(const View& points, const Deviation& given,
                                             Stored* out) {
@@ -82,11 +72,13 @@ ZELMO_ALWAYS_INLINE DeviationPass laneStore(const View& points, const Deviation&
   LaneExtremes extremes;
   extremes.start();
   double sum[kLanes] = {};
+  PointBlock<View> at;
   double buffer[kBlock];
   int i = 0;
   for (; i + kBlock <= count; i += kBlock, p += View::kFloats * kBlock, out += kBlock) {
     double* values = valuesIn(out, buffer);
-    blockTerms(points, p, from, values);
+    at.load(p);
+    blockTerms(at, from, values);
     storeBlock(values, out);
     extremes.takeBlock(values);
     addBlock(out, sum);
@@ -107,10 +99,12 @@ ZELMO_ALWAYS_INLINE Extremes laneExtremes(const View& points, const Deviation& g
   const int count = points.count();
   LaneExtremes extremes;
   extremes.start();
+  PointBlock<View> at;
   double values[kBlock];
   int i = 0;
   for (; i + kBlock <= count; i += kBlock, p += View::kFloats * kBlock) {
-    blockTerms(points, p, from, values);
+    at.load(p);
+    blockTerms(at, from, values);
     extremes.takeBlock(values);
   }
   for (; i < count; ++i, p += View::kFloats) extremes.take(i % kLanes, termAt(points, from, p));

@@ -68,14 +68,22 @@ class PointBlock<PlanarView> {
   alignas(32) float m_x[kBlock], m_y[kBlock];
 };
 
-/// \p term of every point of the block at \p p.
+/// \p term of every point of a block.
 /// \param[out] values double[kBlock]
 template <typename View, typename Term>
-ZELMO_ALWAYS_INLINE void blockTerms(const View&, const float* p, const Term& term,
+ZELMO_ALWAYS_INLINE void blockTerms(const PointBlock<View>& at, const Term& term,
                                     double* __restrict values) {
-  PointBlock<View> at;
-  at.load(p);
   ZELMO_LANE_LOOP for (int i = 0; i < kBlock; ++i) values[i] = at.termAt(term, i);
+}
+
+/// Adds the values of a block, each in its lane.
+template <typename Stored>
+ZELMO_ALWAYS_INLINE void addBlock(const Stored* values, double* __restrict sum) {
+  ZELMO_LANE_LOOP for (int k = 0; k < kLanes; ++k) {
+    double running = sum[k];
+    for (int j = 0; j < kBlock; j += kLanes) running += values[j + k];
+    sum[k] = running;
+  }
 }
 
 }  // namespace zelmo::internal

@@ -12,6 +12,20 @@ namespace xgeofeature {
 
 using zelmo::internal::angleBetween;
 
+namespace {
+
+template <typename Feature>
+int distanceToFoot(const XFPoint& point, const Feature& feature, XFPoint& foot,
+                   XDistanceAttributes& distance) {
+  XFPoint found;
+  XGeoFConstructor::getProjectionPoint(point, feature, found);
+  XGeoDimension::Distance(point, found, distance);
+  foot = found;
+  return 0;
+}
+
+}  // namespace
+
 int XGeoDimension::Distance(const XFPoint& first, const XFPoint& second,
                             XDistanceAttributes& distance) {
   const float dx = first.x - second.x;
@@ -27,20 +41,12 @@ int XGeoDimension::Distance(const XFPoint& first, const XFPoint& second,
 
 int XGeoDimension::Distance(const XFPoint& point, const XFLine3D2& line, XFPoint& foot,
                             XDistanceAttributes& distance) {
-  XFPoint found;
-  XGeoFConstructor::getProjectionPoint(point, line, found);
-  Distance(point, found, distance);
-  foot = found;
-  return 0;
+  return distanceToFoot(point, line, foot, distance);
 }
 
 int XGeoDimension::Distance(const XFPoint& point, const XFPlane& plane, XFPoint& foot,
                             XDistanceAttributes& distance) {
-  XFPoint found;
-  XGeoFConstructor::getProjectionPoint(point, plane, found);
-  Distance(point, found, distance);
-  foot = found;
-  return 0;
+  return distanceToFoot(point, plane, foot, distance);
 }
 
 double XGeoDimension::Angle(const XFLine3D2& first, const XFLine3D2& second) {

@@ -7,6 +7,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "zelmo/feature/internal/local_frame.h"
+#include "zelmo/internal/point_block.h"
 
 namespace zelmo::internal {
 namespace {
@@ -23,11 +24,31 @@ struct ProjectedCoordinate {
   }
 };
 
-ZELMO_MULTIVERSION void sumProjections(const PointView& points, const PlaneDeviation& plane,
+ZELMO_MULTIVERSION void sumProjections(const PointView& points, const PlaneDeviation& given,
                                        double* sums) {
-  sums[0] = laneSum(points, ProjectedCoordinate<0>{plane});
-  sums[1] = laneSum(points, ProjectedCoordinate<1>{plane});
-  sums[2] = laneSum(points, ProjectedCoordinate<2>{plane});
+  const PlaneDeviation plane = given;
+  const float* p = points.data();
+  const int count = points.count();
+  double lane[3][kLanes] = {};
+  PointBlock<PointView> at;
+  double values[kBlock];
+  int i = 0;
+  for (; i + kBlock <= count; i += kBlock, p += 3 * kBlock) {
+    at.load(p);
+    blockTerms(at, ProjectedCoordinate<0>{plane}, values);
+    addBlock(values, lane[0]);
+    blockTerms(at, ProjectedCoordinate<1>{plane}, values);
+    addBlock(values, lane[1]);
+    blockTerms(at, ProjectedCoordinate<2>{plane}, values);
+    addBlock(values, lane[2]);
+  }
+  for (; i < count; ++i, p += 3) {
+    const int k = i % kLanes;
+    lane[0][k] += ProjectedCoordinate<0>{plane}(p[0], p[1], p[2]);
+    lane[1][k] += ProjectedCoordinate<1>{plane}(p[0], p[1], p[2]);
+    lane[2][k] += ProjectedCoordinate<2>{plane}(p[0], p[1], p[2]);
+  }
+  for (int axis = 0; axis < 3; ++axis) sums[axis] = addLanes(lane[axis]);
 }
 
 }  // namespace
