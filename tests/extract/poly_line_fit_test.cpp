@@ -42,7 +42,7 @@ const CenterLine kLines[] = {
      [](double t) {
        return cv::Vec3d(-20, 40 * std::cos(2 * M_PI * t), 40 * std::sin(2 * M_PI * t));
      },
-     251.3, 0.025, 3.0, 4.0, true},
+     251.3, 0.025, 3.0, 4.3, true},
 };
 
 /// A scan of the tube around a line, with noise along the normals.
