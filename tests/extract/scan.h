@@ -33,19 +33,21 @@ struct Scan {
   }
 };
 
-/// Points all over a cube of side 2 \p half on a lattice of a sixteenth of the half side, so that many
-/// lie exactly on a limit and many distances are equal. Every other normal has halves for components,
+/// Points all over a cube of side 2 \p half, two of three on a lattice of a sixteenth of the half side,
+/// so that many lie exactly on a limit and many distances are equal. Every other normal has halves for components,
 /// the rest point anywhere. One point in fifty is not finite, one normal in a hundred neither.
 inline Scan cubeScan(int count, float half, unsigned seed) {
   std::mt19937 random(seed);
   std::uniform_int_distribution<int> place(-16, 16), halves(-2, 2);
+  std::uniform_real_distribution<double> anywhere(-16, 16);
   std::normal_distribution<double> bell;
   Scan scan;
   for (int i = 0; i < count; ++i) {
-    const cv::Vec3d p(place(random), place(random), place(random));
+    const auto coordinate = [&] { return i % 3 == 0 ? anywhere(random) : place(random); };
+    const double x = coordinate(), y = coordinate(), z = coordinate();
     const cv::Vec3d any = cv::normalize(cv::Vec3d(bell(random), bell(random), bell(random)));
     const cv::Vec3d n(halves(random) * 0.5, halves(random) * 0.5, halves(random) * 0.5);
-    scan.add(p * (half / 16.0), i % 2 == 0 ? n : any);
+    scan.add(cv::Vec3d(x, y, z) * (half / 16.0), i % 2 == 0 ? n : any);
     const int bad = i % 100;
     if (bad == 17) scan.data[scan.data.size() - 6] = kNan;
     if (bad == 51) scan.data[scan.data.size() - 4] = -kInf;

@@ -138,8 +138,8 @@ std::vector<Definition> definitionsIn(const Frame& f) {
                  }});
 
   const XFCircle3D circle(f.at, f.up, 3.0F);
-  const Search bore = [=](E& e) { e.searchCircle(circle, 0.25F, 3.0F, 1.0F, 1.5F, true); };
-  const std::array<float, 3> top = f.ahead(-0.25);
+  const Search bore = [=](E& e) { e.searchCircle(circle, 0.5F, 3.0F, 1.0F, 1.5F, true); };
+  const std::array<float, 3> top = f.ahead(-0.5);
   const Frame at_top = {{top[0], top[1], top[2]}, {f.up[0], f.up[1], f.up[2]}, {}};
   const XFCylinder wall(at_top.ahead(-3).data(), top.data(), 3.0F);
   const float* middle = wall.center;
