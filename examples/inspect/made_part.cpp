@@ -94,9 +94,10 @@ TopoDS_Shape makePart() {
   removed.Append(BRepPrimAPI_MakeCylinder(upwardAt(105, 60, 20), 10, 6).Shape());
   removed.Append(roundedPrism({40, 20, 28}, gp::DX(), gp::DZ(), 18, 6, 6, 13));
   // Two pockets from the sides, with sharp and with round corners. The lower wall of the second lies
-  // in the plane of the groove's ceiling and faces the other way.
-  removed.Append(box({20, 70, 8}, {50, 81, 24}));
-  removed.Append(roundedPrism({79, 12, 14}, gp::DX(), -gp::DY(), 17, 8, 3, 13));
+  // in the plane of the groove's ceiling and faces the other way. The library knows an outline with
+  // round corners in faces that are stored forward, as the back of a box is.
+  removed.Append(box({20, -1, 8}, {50, 10, 24}));
+  removed.Append(roundedPrism({79, 68, 14}, gp::DX(), gp::DY(), 17, 8, 3, 13));
   BRepAlgoAPI_Cut cut;
   const TopoDS_Shape block = combined(cut, box({0, 0, 0}, {120, 80, 40}), removed);
 

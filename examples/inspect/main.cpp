@@ -11,6 +11,7 @@
 
 #include "cad_files.h"
 #include "console.h"
+#include "evaluation.h"
 #include "failure.h"
 #include "guarded.h"
 #include "listing.h"
@@ -19,10 +20,11 @@
 #include "mesh_section.h"
 #include "nominal.h"
 #include "options.h"
+#include "outlines.h"
 #include "output_folder.h"
-#include "report.h"
+#include "outward.h"
 #include "scan.h"
-#include "tolerances.h"
+#include "triangles.h"
 #include "tube.h"
 
 namespace inspect {
@@ -45,14 +47,23 @@ int list(const Options& options) {
   return outcome.code;
 }
 
-std::vector<Measurement> measureAll(const ModelContent& content, const Scan& scan,
-                                    const Options& options, Progress& progress) {
-  progress.step("sorting " + std::to_string(scan.count()) + " points");
-  Inspector inspector(scan, options);
+std::vector<Measurement> measureAll(const ModelContent& content, Inspector& inspector,
+                                    Progress& progress) {
   std::vector<Measurement> measurements;
   for (const Nominal& nominal : content.features) {
     progress.step("measuring " + nominal.name + " of " + std::to_string(content.features.size()) +
                   " features");
+    measurements.push_back(inspector.measure(nominal));
+  }
+  return measurements;
+}
+
+std::vector<OutlineMeasurement> measureOutlines(const std::vector<NominalOutline>& outlines,
+                                                OutlineInspector inspector, Progress& progress) {
+  std::vector<OutlineMeasurement> measurements;
+  for (const NominalOutline& nominal : outlines) {
+    progress.step("measuring " + nominal.name + " of " + std::to_string(outlines.size()) +
+                  " outlines");
     measurements.push_back(inspector.measure(nominal));
   }
   return measurements;
@@ -71,24 +82,26 @@ int measureInto(const OutputFolder& folder, Options options, Progress& progress,
   progress.step("reading the model");
   const TopoDS_Shape model = readModel(options.model);
   const ModelContent content = contentOf(model);
+  if (options.probe > 0.0) {
+    progress.step("touching the model");
+    text = reportTouches(model, content, options, folder);
+    return kDone;
+  }
+  std::vector<TruePoint> truth;
   if (made || options.task == Options::Task::MeasureSimulatedScan) {
     progress.step("simulating the scan");
-    folder.write("scan.xyz", simulateScan(model, {options.points, options.noise}));
+    folder.write("scan.xyz", simulateScan(model, {options.points, options.noise}, &truth));
     options.scan = folder.pathFor("scan.xyz");
   }
   progress.step("reading the scan");
   const Scan scan = readScan(options.scan);
-  const std::vector<Measurement> measurements = measureAll(content, scan, options, progress);
-  progress.step("writing the results");
-  writeReports(measurements, scan, folder);
-  text = tableOf(measurements, content, scan);
-  progress.step("evaluating the tolerances");
-  const std::vector<Verdict> verdicts =
-      evaluate(made ? planOfMadePart(content.features, options.tolerance)
-                    : planFrom(content.features, options.tolerance),
-               measurements, scan);
-  folder.write("tolerances.csv", toleranceRows(verdicts, measurements));
-  text += "\n" + toleranceTable(verdicts, measurements);
+  progress.step("sorting " + std::to_string(scan.count()) + " points");
+  if (options.narrow) triangulate(model);
+  Inspector inspector(scan, options, signOfSolid(model));
+  const std::vector<Measurement> measurements = measureAll(content, inspector, progress);
+  const std::vector<OutlineMeasurement> outlines = measureOutlines(
+      outlinesOf(model, content), {scan, options, inspector.cloud(), folder.pathFor("")}, progress);
+  text = reportOn({model, content, scan, truth, measurements, outlines}, options, folder, progress);
   for (const Measurement& one : measurements) {
     if (one.done()) return kDone;
   }

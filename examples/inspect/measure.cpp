@@ -4,6 +4,8 @@
 
 #include <cmath>
 
+#include "triangles.h"
+
 namespace inspect {
 namespace {
 
@@ -41,7 +43,28 @@ Gathered gatherUsed(const Scan& scan, const std::vector<PickedPoint>& picked) {
   return gathered;
 }
 
-Inspector::Inspector(const Scan& scan, const Options& options) : m_scan(scan), m_options(options) {
+std::string fitUntilSettled(const Scan& scan, std::vector<PickedPoint>& points, double sigma,
+                            const std::function<bool(const Gathered&)>& fit,
+                            const std::function<double(const cv::Vec3d&)>& deviation) {
+  // A fit's own filter works once. Points of a rounding beside the face need more rounds: they widen
+  // the band that is to exclude them.
+  constexpr int kMostRounds = 10;
+  int used = static_cast<int>(points.size()) + 1;
+  for (int round = 0; round < kMostRounds; ++round) {
+    const Gathered gathered = gatherUsed(scan, points);
+    if (gathered.count() == 0) return "no points";
+    if (gathered.count() < kFewest) return "too few points";
+    if (!fit(gathered)) return "no fit";
+    for (PickedPoint& point : points) point.deviation = deviation(vec(scan.point(point.index)));
+    const int left = keepBand(points, sigma);
+    if (left == used) break;
+    used = left;
+  }
+  return {};
+}
+
+Inspector::Inspector(const Scan& scan, const Options& options, double sign)
+    : m_scan(scan), m_options(options), m_sign(sign) {
   m_extract.setMaxDis(static_cast<float>(options.band));
   m_extract.setData(scan.records.data(), scan.count());
 }
@@ -61,6 +84,13 @@ xgeofeature::XGeoFeatureExtract& Inspector::cloudFor(const Nominal& nominal) {
   return *m_turned;
 }
 
+void Inspector::narrowDown(const Nominal& nominal, std::vector<int>& found) {
+  const Triangles surface = trianglesOf(nominal.patches, m_sign);
+  m_eliminate.getGeoFeaturePointIndices(m_extract.cloud, m_extract.normals, found,
+                                        surface.corners.data(), surface.count(),
+                                        surface.normals.data(), found);
+}
+
 Measurement Inspector::measure(const Nominal& nominal) {
   if (!nominal.trouble.empty()) {
     Measurement refused;
@@ -72,35 +102,12 @@ Measurement Inspector::measure(const Nominal& nominal) {
 }
 
 template <typename Record>
-bool Inspector::refine(Measurement& result, Record& measured) const {
-  // A fit's own filter works once. Points of a rounding beside the face need more rounds: they widen
-  // the band that is to exclude them.
-  constexpr int kMostRounds = 10;
-  int used = static_cast<int>(result.points.size()) + 1;
-  for (int round = 0; round < kMostRounds; ++round) {
-    const Gathered gathered = gatherUsed(m_scan, result.points);
-    if (gathered.count() < kFewest) {
-      result.trouble = gathered.count() == 0 ? "no points" : "too few points";
-    } else if (!fit(gathered, m_options.sigma, measured) || !std::isfinite(tell(measured).size)) {
-      result.trouble = "no fit";
-    }
-    if (!result.done()) return false;
-    for (PickedPoint& point : result.points) {
-      point.deviation = deviation(measured, vec(m_scan.point(point.index)));
-    }
-    const int left = keepBand(result.points, m_options.sigma);
-    if (left == used) break;
-    used = left;
-  }
-  return true;
-}
-
-template <typename Record>
 Measurement Inspector::measureAs(const Nominal& nominal, const Record& record) {
   Measurement result;
   result.nominal = nominal;
   xgeofeature::XGeoFeatureExtract& cloud = cloudFor(nominal);
   search(cloud, record);
+  if (m_options.narrow) narrowDown(nominal, cloud.indexResult);
   const double cosine = std::cos(m_options.angle * CV_PI / 180.0);
   const double side = nominal.hollow ? -1.0 : 1.0;
   for (const int index : cloud.indexResult) {
@@ -115,7 +122,13 @@ Measurement Inspector::measureAs(const Nominal& nominal, const Record& record) {
     result.points.push_back({index, 0.0, state});
   }
   Record measured;
-  if (!refine(result, measured)) return result;
+  result.trouble = fitUntilSettled(
+      m_scan, result.points, m_options.sigma,
+      [&](const Gathered& gathered) {
+        return fit(gathered, m_options.sigma, measured) && std::isfinite(tell(measured).size);
+      },
+      [&measured](const cv::Vec3d& point) { return deviation(measured, point); });
+  if (!result.done()) return result;
   result.difference = compare(record, measured);
   result.measured = measured;
   result.form = form(measured, gatherUsed(m_scan, result.points), m_options.sigma);

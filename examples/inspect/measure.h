@@ -2,9 +2,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
+
+#include <zelmo/extract/point_eliminate.h>
 
 #include "nominal.h"
 #include "options.h"
@@ -41,26 +44,38 @@ struct Measurement {
 /// The points in use, with their normals.
 Gathered gatherUsed(const Scan& scan, const std::vector<PickedPoint>& picked);
 
+/// Fits and drops points outside the sigma band until none is left there.
+///
+/// \param deviation of a point from what was fitted last
+/// \return why there is no fit; empty where there is one
+std::string fitUntilSettled(const Scan& scan, std::vector<PickedPoint>& points, double sigma,
+                            const std::function<bool(const Gathered&)>& fit,
+                            const std::function<double(const cv::Vec3d&)>& deviation);
+
 /// Measures features in one scan.
 class Inspector {
  public:
-  Inspector(const Scan& scan, const Options& options);
+  /// \param sign -1 for a model that stands inside out
+  Inspector(const Scan& scan, const Options& options, double sign);
 
   /// Picks the feature's points out of the scan, fits them with a filter and evaluates the form.
   Measurement measure(const Nominal& nominal);
 
+  /// The scan with its tree.
+  const xgeofeature::XGeoFeatureExtract& cloud() const { return m_extract; }
+
  private:
   template <typename Record>
   Measurement measureAs(const Nominal& nominal, const Record& record);
-  /// Fits and drops points outside the sigma band until none is left there.
-  /// \return false where there is no measured feature; the trouble says why
-  template <typename Record>
-  bool refine(Measurement& result, Record& measured) const;
   xgeofeature::XGeoFeatureExtract& cloudFor(const Nominal& nominal);
+  /// Leaves those of the points found that lie over the feature's own triangles.
+  void narrowDown(const Nominal& nominal, std::vector<int>& found);
 
   const Scan& m_scan;
   Options m_options;
+  double m_sign;
   xgeofeature::XGeoFeatureExtract m_extract;
+  xgeofeature::XGeoFeaturePointEliminate m_eliminate;
   std::unique_ptr<xgeofeature::XGeoFeatureExtract> m_turned;  ///< the scan with its normals turned
 };
 

@@ -21,13 +21,14 @@ bool isFinite(const cv::Vec3d& v) { return std::isfinite(v.dot(v)); }
 
 cv::Vec3d toVec(const gp_XYZ& v) { return {v.X(), v.Y(), v.Z()}; }
 
-void add(ModelContent& content, int number, const Ideal& ideal, std::size_t faces, bool hollow,
-         const Sector& sector) {
+void add(ModelContent& content, int number, const Ideal& ideal,
+         const std::vector<TopoDS_Face>& faces, bool hollow, const Sector& sector) {
   const Telling telling = tell(ideal);
   const bool whole =
       isFinite(telling.point) && isFinite(telling.direction) && std::isfinite(telling.size);
   content.features.push_back({telling.kind + (" " + std::to_string(number)), ideal,
-                              static_cast<int>(faces), hollow, sector, whole ? "" : "degenerate"});
+                              static_cast<int>(faces.size()), hollow, sector,
+                              whole ? "" : "degenerate", faces});
 }
 
 /// Whether the face's material lies behind the plane's normal, so that the normal points out of it.
@@ -68,7 +69,7 @@ void addPlane(const xmodelfeature::XFPlane& record, bool along, double sign,
   if (faces.empty()) return;
   xgeofeature::XFPlane plane = around(faces);
   if ((vec(plane.normal).dot(vec(record.normal)) > 0.0) != along) plane.inv();
-  add(content, ++content.planes, plane, faces.size(), false, {});
+  add(content, ++content.planes, plane, faces, false, {});
 }
 
 /// Whether the material lies around a round feature: the outer side looks towards its axis or centre.
@@ -118,7 +119,7 @@ ModelContent contentOf(const TopoDS_Shape& model) {
   }
   const auto add_round = [&](int& count, const auto& found, const auto& record) {
     recognised += found.faces.size();
-    add(content, ++count, record, found.faces.size(), isHollow(record, found.faces.front(), sign),
+    add(content, ++count, record, found.faces, isHollow(record, found.faces.front(), sign),
         sectorOf(record, found.faces));
   };
   for (const auto& found : list.spheres) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include <TopoDS_Face.hxx>
 #include <TopoDS_Shape.hxx>
 
 #include "shapes.h"
@@ -30,7 +31,8 @@ struct Nominal {
   int faces = 0;        ///< faces of the model that make it up
   bool hollow = false;  ///< the material lies around the sphere, cylinder or cone
   Sector sector;
-  std::string trouble;  ///< why it can't be measured; empty where it can
+  std::string trouble;               ///< why it can't be measured; empty where it can
+  std::vector<TopoDS_Face> patches;  ///< the faces that make it up
 };
 
 /// What a model holds.

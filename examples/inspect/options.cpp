@@ -87,6 +87,8 @@ bool readValueOption(Arguments& arguments, Options& options) {
     options.sigma = numberIn(word, arguments.value(), 0.1, 100.0);
   } else if (word == "--tolerance") {
     options.tolerance = numberIn(word, arguments.value(), 0.0, 1e3);
+  } else if (word == "--probe") {
+    options.probe = numberIn(word, arguments.value(), 1e-3, 1e3);
   } else if (word == "--points") {
     options.points = static_cast<int>(numberIn(word, arguments.value(), 1.0, kMostPoints));
   } else if (word == "--section") {
@@ -107,6 +109,10 @@ bool readFlag(const Arguments& arguments, Parsed& parsed) {
     parsed.options.task = Options::Task::Help;
   } else if (word == "--version") {
     parsed.options.task = Options::Task::Version;
+  } else if (word == "--families") {
+    parsed.options.families = true;
+  } else if (word == "--narrow") {
+    parsed.options.narrow = true;
   } else if (word == "--verbose") {
     parsed.options.verbose = true;
   } else if (word == "--list") {
@@ -127,8 +133,8 @@ bool chooseOtherTask(Parsed& parsed) {
   Options& options = parsed.options;
   const bool section = !options.section.empty();
   if (!parsed.tube && !section) return false;
-  if (parsed.list || parsed.simulate || (parsed.tube && section)) {
-    refuse("--list, --simulate, --section and --tube exclude one another");
+  if (parsed.list || parsed.simulate || options.probe > 0.0 || (parsed.tube && section)) {
+    refuse("--list, --simulate, --probe, --section and --tube exclude one another");
   }
   if (parsed.tube && !options.model.empty())
     refuse("--tube makes its tube itself, and takes no file");
@@ -142,10 +148,15 @@ void chooseTask(Parsed& parsed) {
   if (chooseOtherTask(parsed)) return;
   if (parsed.list) {
     if (options.model.empty()) refuse("--list needs a model");
-    if (!options.scan.empty() || parsed.simulate) refuse("--list takes a model and nothing else");
+    if (!options.scan.empty() || parsed.simulate || options.probe > 0.0)
+      refuse("--list takes a model and nothing else");
     options.task = Options::Task::List;
+  } else if (options.probe > 0.0 && (parsed.simulate || !options.scan.empty())) {
+    refuse("--probe touches the model and takes no scan");
   } else if (options.model.empty()) {
     options.task = Options::Task::MeasureMadePart;
+  } else if (options.probe > 0.0) {
+    options.task = Options::Task::MeasureSimulatedScan;
   } else if (parsed.simulate) {
     if (!options.scan.empty()) refuse("a scan and --simulate exclude each other");
     options.task = Options::Task::MeasureSimulatedScan;
@@ -216,8 +227,11 @@ mesh, or the made part's where no FILE is named: --section 0,0,1,-20 cuts at z =
   --sigma K          keep points within mean plus or minus K standard deviations (default: 3)
   --tolerance MM     limit of form, orientation and location, and of distances and diameters to
                      either side (default: 0.1); angles may be off by 0.1 degrees
+  --probe RADIUS     touch the model with a tip of that radius instead, MODEL or the made part
+  --narrow           leave out points that lie over none of the feature's own triangles
   --points N         number of points of a simulated scan (default: 400000)
   --noise MM         standard deviation of a simulated scan (default: 0.01)
+  --families         fit spheres, cylinders, cones and circles by the simplex as well, and compare
   --verbose          show what the library and the CAD kernel print instead of logging it
   --version          print the version
   -h, --help         print this text
@@ -235,6 +249,31 @@ Columns of the table
   flatness, sphericity, cylindricity, conicity
                      mm; largest minus smallest deviation of the points used
 
+Outlines
+  Circles at the ends of full cylinders, slots, rectangles and rounded rectangles are measured by
+  the surface around the edge, which gives the plane, and the wall from 0.5 to 5.5 mm below it,
+  which gives the outline in the plane: circles by the damped fit, the others by the simplex.
+  size is length x width over all; turn is the angle of the long sides.
+
+What was found, where the scan is simulated
+  recall is the share of a kind's true points that the searches found, precision the share of
+  true points among the found; then the same for the points that were used in the end. An outlier
+  is never a true point, however near it lies.
+
+Families (--families)
+  The points used, at most 4000 of a feature, fitted by damped least squares and by the simplex
+  for least squares, least absolute deviations and the minimum zone. distance and angle are from
+  the nominal feature; deviation is the root of the mean square, spread largest minus smallest.
+  A descent that ends in another minimum is marked.
+
+Touches (--probe)
+  25 places of each feature are touched by a simulated tip, with the noise of --noise; the guided
+  fits take the centres of the tip and compensate its radius. Circles across full cylinders, the
+  ends of slots and single points, compensated by the nearest triangle, are touched as well; of
+  25 single points those are counted whose nearest triangle is one of the face that was touched.
+  Cones and arcs of much less than half a turn are left out.
+  worst is the largest distance of a compensated point from the nominal feature.
+
 Tolerances
   The program's own part is held against a plan of its own. For any other model the plan follows
   from the features: the form of each, diameters, parallelism, distance and angle of the planes
@@ -245,9 +284,15 @@ Tolerances
   position twice the largest distance. Being out of tolerance does not change the exit status.
 
 Results in OUT
-  features.csv       every nominal feature and its measured twin, 47 columns
+  features.csv       every nominal feature and outline and its measured twin, 47 columns
   results.csv        the numbers of the table with all their digits
   tolerances.csv     every requirement: nominal, tolerance, measured, deviation, in or out
+  outlines.csv       every outline: nominal, measured, differences, points
+  families.csv       the table of the families, with --families
+  measured.step, measured.igs
+                     the measured features and outlines, read back and found whole
+  probe.csv, touches.csv
+                     with --probe, alone: the table and every touch, compensated
   deviations.csv     every picked point: its line or number in the scan, its deviation from the
                      fitted feature, and whether it was used; the last column of the table can
                      be recomputed from it

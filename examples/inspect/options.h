@@ -28,9 +28,12 @@ struct Options {
   double sigma = 3.0;   ///< multiples of the standard deviation: half width of the kept band
   double tolerance =
       0.1;  ///< mm: what form, orientation and location may be off, and sizes either way
-  int points = 400000;  ///< of a simulated scan
-  double noise = 0.01;  ///< mm: standard deviation of a simulated scan
-  std::string section;  ///< a,b,c,d of the plane to cut with
+  int points = 400000;    ///< of a simulated scan
+  double noise = 0.01;    ///< mm: standard deviation of a simulated scan
+  bool families = false;  ///< whether the families of fits are compared
+  bool narrow = false;    ///< whether points that lie over no triangle of the feature are left out
+  double probe = 0.0;     ///< mm: radius of the tip that touches the model; 0 for a scan
+  std::string section;    ///< a,b,c,d of the plane to cut with
   bool verbose = false;
 };
 

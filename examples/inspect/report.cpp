@@ -114,26 +114,46 @@ std::string deviationsOf(const std::vector<Measurement>& measurements, const Sca
   return text;
 }
 
-void writeFeatures(const std::vector<Measurement>& measurements, const OutputFolder& folder) {
-  std::vector<Ideal> ideals;
+/// The rows of a table of features: each nominal one, and behind it its measured twin.
+template <typename Record>
+struct FeatureRows {
+  std::vector<Record> records;
+  std::vector<std::wstring> names;
+  std::vector<char> flags;  // 1 for a nominal one
+
+  template <typename One>
+  explicit FeatureRows(const std::vector<One>& measurements) {
+    for (const One& one : measurements) {
+      const std::wstring name(one.nominal.name.begin(), one.nominal.name.end());
+      add(one.nominal.ideal, name, 1);
+      if (one.done()) add(one.measured, name, 0);
+    }
+  }
+  void add(const Record& record, const std::wstring& name, char flag) {
+    records.push_back(record);
+    names.push_back(name);
+    flags.push_back(flag);
+  }
+  void appendTo(std::vector<xgeofeature::XFBase*>& features, std::vector<std::wstring>& all_names,
+                std::vector<char>& all_flags) {
+    for (Record& record : records) {
+      features.push_back(
+          std::visit([](auto& own) -> xgeofeature::XFBase* { return &own; }, record));
+    }
+    all_names.insert(all_names.end(), names.begin(), names.end());
+    all_flags.insert(all_flags.end(), flags.begin(), flags.end());
+  }
+};
+
+void writeFeatures(const std::vector<Measurement>& measurements,
+                   const std::vector<OutlineMeasurement>& outlines, const OutputFolder& folder) {
+  FeatureRows<Ideal> solids(measurements);
+  FeatureRows<Outline> flats(outlines);
+  std::vector<xgeofeature::XFBase*> features;
   std::vector<std::wstring> names;
   std::vector<char> flags;
-  for (const Measurement& one : measurements) {
-    const std::wstring name(one.nominal.name.begin(), one.nominal.name.end());
-    ideals.push_back(one.nominal.ideal);
-    names.push_back(name);
-    flags.push_back(1);
-    if (!one.done()) continue;
-    ideals.push_back(one.measured);
-    names.push_back(name);
-    flags.push_back(0);
-  }
-  std::vector<xgeofeature::XFBase*> features;
-  features.reserve(ideals.size());
-  for (Ideal& ideal : ideals) {
-    features.push_back(
-        std::visit([](auto& record) -> xgeofeature::XFBase* { return &record; }, ideal));
-  }
+  solids.appendTo(features, names, flags);
+  flats.appendTo(features, names, flags);
   const std::filesystem::path path = folder.pathFor("features.csv");
   if (xexportfiles::XExportFiles::ExportFeature2Csv(features, names, flags, path.wstring()) != 0) {
     throw Failure(kBadOutput, "features.csv can't be written");
@@ -174,9 +194,11 @@ std::string tableOf(const std::vector<Measurement>& measurements, const ModelCon
   return text;
 }
 
-void writeReports(const std::vector<Measurement>& measurements, const Scan& scan,
+void writeReports(const std::vector<Measurement>& measurements,
+                  const std::vector<OutlineMeasurement>& outlines, const Scan& scan,
                   const OutputFolder& folder) {
-  writeFeatures(measurements, folder);
+  writeFeatures(measurements, outlines, folder);
+  folder.write("outlines.csv", outlineRows(outlines));
   std::string results =
       "name;kind;status;"
       "nominal x;nominal y;nominal z;nominal dx;nominal dy;nominal dz;nominal size;"

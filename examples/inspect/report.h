@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "measure.h"
+#include "outlines.h"
 #include "output_folder.h"
 
 namespace inspect {
@@ -14,9 +15,10 @@ namespace inspect {
 std::string tableOf(const std::vector<Measurement>& measurements, const ModelContent& content,
                     const Scan& scan);
 
-/// Writes features.csv, results.csv and deviations.csv. Throws Failure with kBadOutput where one of
-/// them isn't whole.
-void writeReports(const std::vector<Measurement>& measurements, const Scan& scan,
+/// Writes features.csv, results.csv, outlines.csv and deviations.csv. Throws Failure with kBadOutput
+/// where one of them isn't whole.
+void writeReports(const std::vector<Measurement>& measurements,
+                  const std::vector<OutlineMeasurement>& outlines, const Scan& scan,
                   const OutputFolder& folder);
 
 }  // namespace inspect

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <TopoDS_Shape.hxx>
+#include <opencv2/core.hpp>
 
 namespace inspect {
 
@@ -29,6 +30,13 @@ Scan readScan(const std::string& path);
 /// Reads the text of a scan; \p name stands in messages.
 Scan parseScan(const std::string& text, const std::string& name);
 
+/// What a simulated point was before it was disturbed.
+struct TruePoint {
+  cv::Vec3d place;
+  int face;      ///< number of its face in the model, in the order of an explorer
+  bool outlier;  ///< it was moved off the surface
+};
+
 struct SimulationSettings {
   int points = 0;
   double noise = 0.0;           ///< mm, standard deviation per coordinate
@@ -39,6 +47,9 @@ struct SimulationSettings {
 /// The text of a scan of the model's whole surface: points spread evenly over the area of its faces,
 /// with noise and outliers and with the outward normal of the true surface. The same settings give
 /// the same text.
-std::string simulateScan(const TopoDS_Shape& model, const SimulationSettings& settings);
+///
+/// \param[out] truth one per line of the text after the first; may be null
+std::string simulateScan(const TopoDS_Shape& model, const SimulationSettings& settings,
+                         std::vector<TruePoint>* truth = nullptr);
 
 }  // namespace inspect

@@ -6,10 +6,7 @@
 #include <random>
 
 #include <BRepAdaptor_Surface.hxx>
-#include <BRepBndLib.hxx>
-#include <BRepMesh_IncrementalMesh.hxx>
 #include <BRep_Tool.hxx>
-#include <Bnd_Box.hxx>
 #include <Poly_Triangulation.hxx>
 #include <TopExp_Explorer.hxx>
 #include <TopoDS.hxx>
@@ -18,12 +15,11 @@
 #include "failure.h"
 #include "outward.h"
 #include "scan.h"
+#include "triangles.h"
 
 namespace inspect {
 namespace {
 
-constexpr double kMeshShare = 5e-4;   // deflection of the mesh against the part's diagonal
-constexpr double kMeshAngle = 0.3;    // rad
 constexpr double kNearOutlier = 0.3;  // mm: an outlier that a search still picks
 constexpr double kFarOutlier = 5.0;   // mm
 
@@ -50,6 +46,7 @@ struct MeshedFace {
   BRepAdaptor_Surface surface;
   Handle(Poly_Triangulation) mesh;
   double side = 1.0;  // +1 where the surface's own normal points out of the material
+  int number = 0;     // in the model
 };
 
 struct Patch {
@@ -68,19 +65,18 @@ double areaOf(const gp_Pnt& a, const gp_Pnt& b, const gp_Pnt& c) {
 }
 
 Surface meshOf(const TopoDS_Shape& model) {
-  Bnd_Box box;
-  BRepBndLib::Add(model, box);
-  const double diagonal = box.IsVoid() ? 1.0 : std::sqrt(box.SquareExtent());
-  const BRepMesh_IncrementalMesh mesher(model, kMeshShare * diagonal, Standard_False, kMeshAngle);
+  triangulate(model);
   const double sign = signOfSolid(model);
   Surface surface;
   double area = 0.0;
+  int number = -1;
   for (TopExp_Explorer walk(model, TopAbs_FACE); walk.More(); walk.Next()) {
+    ++number;
     const TopoDS_Face& face = TopoDS::Face(walk.Current());
     TopLoc_Location location;
     const Handle(Poly_Triangulation) mesh = BRep_Tool::Triangulation(face, location);
     if (mesh.IsNull() || !mesh->HasUVNodes()) continue;
-    surface.faces.push_back({BRepAdaptor_Surface(face), mesh, sign * sideOf(face)});
+    surface.faces.push_back({BRepAdaptor_Surface(face), mesh, sign * sideOf(face), number});
     for (int i = 1; i <= mesh->NbTriangles(); ++i) {
       int a = 0, b = 0, c = 0;
       mesh->Triangle(i).Get(a, b, c);
@@ -112,12 +108,14 @@ bool draw(const MeshedFace& face, int triangle, Dice& dice, gp_Pnt& point, gp_Ve
   return true;
 }
 
-void disturb(const SimulationSettings& settings, const gp_Vec& normal, Dice& dice, gp_Pnt& point) {
+/// \return whether the point became an outlier
+bool disturb(const SimulationSettings& settings, const gp_Vec& normal, Dice& dice, gp_Pnt& point) {
   const gp_Vec noise(dice.normal(), dice.normal(), dice.normal());
   point.Translate(noise * settings.noise);
-  if (dice.uniform() >= settings.outlier_share) return;
+  if (dice.uniform() >= settings.outlier_share) return false;
   const double reach = dice.uniform() < 0.5 ? kNearOutlier : kFarOutlier;
   point.Translate(normal * dice.between(-reach, reach));
+  return true;
 }
 
 void append(std::string& text, double value, char after) {
@@ -129,7 +127,8 @@ void append(std::string& text, double value, char after) {
 
 }  // namespace
 
-std::string simulateScan(const TopoDS_Shape& model, const SimulationSettings& settings) {
+std::string simulateScan(const TopoDS_Shape& model, const SimulationSettings& settings,
+                         std::vector<TruePoint>* truth) {
   constexpr std::size_t kBytesPerPoint = 64;
   const Surface surface = meshOf(model);
   const double area = surface.patches.back().area_up_to_here;
@@ -145,7 +144,11 @@ std::string simulateScan(const TopoDS_Shape& model, const SimulationSettings& se
     gp_Pnt point;
     gp_Vec normal;
     if (!draw(surface.faces[patch->face], patch->triangle, dice, point, normal)) continue;
-    disturb(settings, normal, dice, point);
+    const cv::Vec3d place(point.X(), point.Y(), point.Z());
+    const bool outlier = disturb(settings, normal, dice, point);
+    if (truth != nullptr) {
+      truth->push_back({place, surface.faces[patch->face].number, outlier});
+    }
     for (double value : {point.X(), point.Y(), point.Z(), normal.X(), normal.Y()}) {
       append(text, value, ' ');
     }

@@ -54,12 +54,12 @@ const Plane kDesign[] = {
     {0, 0, 1, 28},
     {0, 1, 0, 14},
     {0, -1, 0, -26},  // the slot
-    {0, 1, 0, 70},
+    {0, -1, 0, -10},
     {1, 0, 0, 20},
     {-1, 0, 0, -50},
     {0, 0, 1, 8},
     {0, 0, -1, -24},
-    {0, -1, 0, -12},
+    {0, 1, 0, 68},
     {1, 0, 0, 62},
     {-1, 0, 0, -96},
     {0, 0, 1, 6},
@@ -208,11 +208,13 @@ TEST_F(Inspect, MadePartIsMeasuredAsItWasDesigned) {
   ASSERT_EQ(run.code, 0) << run.err;
   EXPECT_EQ(run.err, "") << "progress belongs on a terminal";
   EXPECT_THAT(namesIn(at("a")),
-              testing::ElementsAre("deviations.csv", "features.csv", "library.log", "part.step",
-                                   "results.csv", "scan.xyz", "tolerances.csv"));
+              testing::ElementsAre("deviations.csv", "features.csv", "library.log", "measured.igs",
+                                   "measured.step", "outlines.csv", "part.step", "results.csv",
+                                   "scan.xyz", "tolerances.csv"));
   std::vector<Row> results = rowsOf(at("a/results.csv"));
   expectFormFollowsFromDeviations(results, rowsOf(at("a/deviations.csv")));
-  expectEveryFeatureAndItsTwin(rowsOf(at("a/features.csv")), results.size() - 1);
+  expectEveryFeatureAndItsTwin(rowsOf(at("a/features.csv")),
+                               results.size() + rowsOf(at("a/outlines.csv")).size() - 2);
   expectRoundFeatures(results);
   results.erase(results.begin());
   results.erase(std::remove_if(results.begin(), results.end(),
@@ -306,6 +308,7 @@ const BadInput kBadInputs[] = {
     {"MissingValue", "-o", 2, "-o is missing"},
     {"WrongNumber", "--band 0,5", 2, "--band"},
     {"NotANumber", "--sigma nan", 2, "--sigma"},
+    {"ProbeOnAScan", "made/part.step made/scan.xyz --probe 1", 2, "takes no scan"},
     {"MissingModel", "none.step made/scan.xyz -o out", 3, "none.step: no such model"},
     {"FolderAsModel", "made made/scan.xyz -o out", 3, "is a folder"},
     {"EmptyModel", "empty.step made/scan.xyz -o out", 3, "empty.step: the model file is empty"},
@@ -375,7 +378,7 @@ TEST_F(WithFiles, AModelIsListed) {
   EXPECT_EQ(run.err, "");
   for (const char* line :
        {"45 faces: 45 make up 30 planes, 1 sphere, 10 cylinders, 1 cone; 0 not recognised\n",
-        "10 inner outlines: 7 circles, 1 slot, 1 rectangle, 0 round grooves, 1 not recognised\n",
+        "10 inner outlines: 7 circles, 1 slot, 1 rectangle, 1 round groove, 0 not recognised\n",
         "3 round holes\n", "24.000    40.000  through", "14.000    10.000  blind",
         "slot 1              40.000    20.000    40.000"}) {
     EXPECT_THAT(run.out, HasSubstr(line));
