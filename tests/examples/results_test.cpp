@@ -119,7 +119,7 @@ TEST_F(Inspect, EveryModeAgreesWithTheDesign) {
   }
   EXPECT_EQ(kinds.size(), 14U) << "every characteristic stands in the plan";
   // What was drawn, as the library lists it; solids have ends of their own.
-  const char* const drawn = " 1 sphere, 10 cylinders, 1 cone; 0 faces of no such kind";
+  const char* const drawn = " 1 sphere, 10 cylinders, 1 cone; 0 not recognised";
   EXPECT_THAT(inspect("--list a/measured.step").out, HasSubstr(drawn));
   EXPECT_THAT(inspect("--list a/measured.igs").out, HasSubstr(drawn));
   // Recall and precision of what the searches found and of what was used, in percent.
