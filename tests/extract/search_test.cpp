@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <numeric>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -272,6 +273,19 @@ TEST_F(SearchOf, NeighbourhoodIsThatOfTheTreeUpToItsBrink) {
     m_extract.kdtree->radiusSearch(query, radius, expected, squared);
     m_extract.searchPoint(center, radius);
     ASSERT_EQ(m_extract.indexResult, expected) << trial;
+  }
+}
+
+TEST(Search, OrdersEqualDistancesByIndex) {
+  for (const int count : {10, 100, 2000}) {
+    Scan scan;
+    for (int i = 0; i < count; ++i) scan.add(1, 2, 3, 0, 0, 1);
+    XGeoFeatureExtract extract;
+    extract.setData(scan.data.data(), count);
+    extract.searchPoint(XFPoint(kOrigin), 4);
+    std::vector<int> expected(static_cast<std::size_t>(count));
+    std::iota(expected.begin(), expected.end(), 0);
+    EXPECT_EQ(extract.indexResult, expected);
   }
 }
 

@@ -4,11 +4,20 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstring>
 
 #include "zelmo/internal/lanes.h"
 
 namespace zelmo::internal {
+
+float squaredDistanceOf(FoundKey key) {
+  const auto bits = static_cast<std::uint32_t>(key >> 32U);
+  float squared = 0;
+  std::memcpy(&squared, &bits, sizeof squared);
+  return squared;
+}
+
 namespace {
 
 static_assert(PointGrid::kPadding >= kLanes, "a block of lanes may start at the last position");
@@ -101,23 +110,50 @@ ZELMO_ALWAYS_INLINE std::vector<FoundKey> findInLanes(const PointGrid& grid, con
   return found;
 }
 
-constexpr std::size_t kFewKeys = 64;     // fewer are sorted by comparison
-constexpr std::size_t kManyKeys = 1024;  // from here on fewer, longer digits pay
+constexpr std::size_t kFewKeys = 48;     // fewer are sorted by comparison
+constexpr std::size_t kManyKeys = 1024;  // from here on digits are faster than buckets
+constexpr int kDigitBits = 11;
+
+/// Sorts into as many buckets as there are keys, by equal steps of the squared distance, over which
+/// points of a surface spread evenly; then by comparison within each. Few branches are mispredicted.
+void sortByBuckets(std::vector<FoundKey>& keys) {
+  const auto [least, greatest] = std::minmax_element(keys.begin(), keys.end());
+  const float first = squaredDistanceOf(*least);
+  const float per_unit =
+      static_cast<float>(keys.size() - 1) / (squaredDistanceOf(*greatest) - first);
+  if (!std::isfinite(per_unit)) {
+    std::sort(keys.begin(), keys.end());
+    return;
+  }
+  const auto bucket_of = [=](FoundKey key) {
+    return static_cast<std::uint32_t>((squaredDistanceOf(key) - first) * per_unit);
+  };
+  std::array<std::uint32_t, kManyKeys + 1> start{};
+  for (const FoundKey key : keys) ++start[bucket_of(key) + 1];
+  for (std::size_t b = 1; b <= keys.size(); ++b) start[b] += start[b - 1];
+  std::vector<FoundKey> moved(keys.size());
+  for (const FoundKey key : keys) moved[start[bucket_of(key)]++] = key;
+  // Filling has moved each start to the end of its bucket.
+  std::uint32_t begin = 0;
+  for (std::size_t b = 0; b < keys.size(); begin = start[b++]) {
+    if (start[b] - begin > 1) std::sort(moved.begin() + begin, moved.begin() + start[b]);
+  }
+  keys.swap(moved);
+}
 
 /// Sorts by the upper halves of the keys alone, one digit after the other; equal ones keep their
-/// order. Other than comparisons, digits are never mispredicted.
-template <unsigned DigitBits>
+/// order.
 void sortByDistance(std::vector<FoundKey>& keys) {
   const auto [least, greatest] = std::minmax_element(keys.begin(), keys.end());
   const auto first = static_cast<std::uint32_t>(*least >> 32U);
   const auto span = static_cast<std::uint32_t>(*greatest >> 32U) - first;
   std::vector<FoundKey> moved(keys.size());
-  for (unsigned shift = 0; shift < 32 && span >> shift != 0; shift += DigitBits) {
+  for (unsigned shift = 0; shift < 32 && span >> shift != 0; shift += kDigitBits) {
     const auto digit_of = [=](FoundKey key) {
       const auto offset = static_cast<std::uint32_t>(key >> 32U) - first;
-      return (offset >> shift) & ((1U << DigitBits) - 1U);
+      return (offset >> shift) & ((1U << kDigitBits) - 1U);
     };
-    std::array<std::uint32_t, (1U << DigitBits) + 1> start{};
+    std::array<std::uint32_t, (1U << kDigitBits) + 1> start{};
     for (const FoundKey key : keys) ++start[digit_of(key) + 1];
     for (std::size_t d = 1; d < start.size(); ++d) start[d] += start[d - 1];
     for (const FoundKey key : keys) moved[start[digit_of(key)]++] = key;
@@ -136,13 +172,6 @@ void sortTies(std::vector<FoundKey>& keys) {
 }
 
 }  // namespace
-
-float squaredDistanceOf(FoundKey key) {
-  const auto bits = static_cast<std::uint32_t>(key >> 32U);
-  float squared = 0;
-  std::memcpy(&squared, &bits, sizeof squared);
-  return squared;
-}
 
 #define ZELMO_FIND_SHAPE(Shape)                                                                  \
   ZELMO_MULTIVERSION std::vector<FoundKey> findShape(const PointGrid& grid, const Ball& ball,    \
@@ -164,12 +193,10 @@ ZELMO_FIND_SHAPE(RodShape)
 std::vector<int> sortedIndices(std::vector<FoundKey> keys) {
   if (keys.size() < kFewKeys) {
     std::sort(keys.begin(), keys.end());
+  } else if (keys.size() < kManyKeys) {
+    sortByBuckets(keys);
   } else {
-    if (keys.size() < kManyKeys) {
-      sortByDistance<8>(keys);
-    } else {
-      sortByDistance<11>(keys);
-    }
+    sortByDistance(keys);
     sortTies(keys);
   }
   std::vector<int> indices(keys.size());
