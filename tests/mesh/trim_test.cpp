@@ -55,23 +55,20 @@ struct Trim {
 
   int run(const Mesh& mesh, const std::vector<float>& normals, ModifyFaceData& result, float height,
           bool walls) const {
-    const cv::Vec3f c(pose.toWorld(center)), n(pose.z), m(pose.x);
-    xgeofeature::XFCircle3D circle(c.val, n.val, m.val, radius);
-    xgeofeature::XFOvalGroove3D slot(c.val, n.val, m.val, half, radius);
+    const cv::Vec3f c(pose.toWorld(center)), z(pose.z), x(pose.x);
+    xgeofeature::XFCircle3D circle(c.val, z.val, x.val, radius);
+    xgeofeature::XFOvalGroove3D slot(c.val, z.val, x.val, half, radius);
     xgeofeature::XFBase* given = &circle;
     if (is_slot == (curve == Right)) given = &slot;
     if (curve == None) given = nullptr;
     XTrimWithCurve trim;
-    const float *v = mesh.vertices.data(), *face_normals = normals.data();
+    const float *v = mesh.vertices.data(), *n = normals.data();
     const int *f = mesh.faces.data(), vertices = mesh.vertexCount(), faces = mesh.faceCount();
-    if (height == kShortForm) {
-      return is_slot ? trim.trimWithOvalSlot(given, v, vertices, face_normals, f, faces, result)
-                     : trim.trimWithCircle(given, v, vertices, face_normals, f, faces, result);
-    }
-    return is_slot ? trim.trimWithOvalSlot(given, v, vertices, face_normals, f, faces, result,
-                                           height, walls)
-                   : trim.trimWithCircle(given, v, vertices, face_normals, f, faces, result, height,
-                                         walls);
+    const auto cut = [&](auto... wall) {
+      return is_slot ? trim.trimWithOvalSlot(given, v, vertices, n, f, faces, result, wall...)
+                     : trim.trimWithCircle(given, v, vertices, n, f, faces, result, wall...);
+    };
+    return height == kShortForm ? cut() : cut(height, walls);
   }
   ModifyFaceData run(const Mesh& mesh, float height = 0, bool walls = false) const {
     ModifyFaceData result = {{1}, {1}, {1}, {1}};  // to be cleared
