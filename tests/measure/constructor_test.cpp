@@ -11,12 +11,10 @@
 #include "support/long_double_geometry.h"
 #include "zelmo/measure/feature_constructor.h"
 #include "zelmo/measure/geo_constructor.h"
+#include "zelmo/measure/geo_tolerance.h"
 
+using namespace xgeofeature;  // NOLINT: the test reads as a host's code does
 using testing::Each;
-using xgeofeature::XFPoint;
-using xgeofeature::XFPointN;
-using xgeofeature::XGeoFConstructor;
-using xgeomeasure::XGeoConstructor;
 using zelmo::test::gap;
 using zelmo::test::RandomGeometry;
 using zelmo::test::Real;
@@ -24,6 +22,8 @@ using zelmo::test::Vec;
 
 namespace {
 
+using A = xgeomeasure::XGeoConstructor;
+using F = XGeoFConstructor;
 using Six = std::array<float, 6>;
 
 Six sixOf(const Vec& point, const Vec& direction) {
@@ -35,6 +35,7 @@ Six sixOf(const Vec& point, const Vec& direction) {
 
 Six randomSix(RandomGeometry& random) { return sixOf(random.point(50), random.direction()); }
 
+XFLine3D2 recordOf(const Six& six) { return {six.data(), six.data() + 3, 1}; }
 Vec pointOf(const Six& six) { return Vec(six.data()); }
 Vec directionOf(const Six& six) { return Vec(six.data() + 3); }
 
@@ -43,9 +44,9 @@ struct Output {
   std::array<float, 10> v{};
 
   template <typename Operation, typename... Inputs>
-  int of(Operation operation, const Inputs*... inputs) {
+  int of(Operation operation, const Inputs&... inputs) {
     v.fill(7);
-    const int status = operation(inputs..., v.data());
+    const int status = operation(inputs.data()..., v.data());
     if (status < 0) {
       EXPECT_THAT(v, Each(7));
     }
@@ -71,11 +72,12 @@ TEST(ThreePoints, GiveACirclePassingThroughThem) {
       // Every third triangle is flat.
       if (i % 3 == 0 && k == 2) (Vec(p) * 0.3L + Vec(p + 3) * 0.7L + random.point(1)).copyTo(p + 6);
       q[k] = Vec(p + 3 * k);
-      const float up[3] = {0, 0, 1};
+      // Only the first normal is read.
+      const float up[3] = {0, 0, k == 0 ? 1.0F : -1.0F};
       records[k] = XFPointN(p + 3 * k, up);
     }
     float circle[10], plane[6];
-    ASSERT_EQ(XGeoConstructor::Circle3D_3Point(p, circle), 0);
+    ASSERT_EQ(A::Circle3D_3Point(p, circle), 0);
     const Vec center(circle), normal(circle + 3), cross = (q[1] - q[0]).cross(q[2] - q[0]);
     // The local coordinates are rounded to float, by up to 2e-6, and so are their squares, by up to
     // 3e-4; flat triangles carry the error far.
@@ -86,20 +88,20 @@ TEST(ThreePoints, GiveACirclePassingThroughThem) {
     EXPECT_LE(std::fabs((center - q[0]).dot(normal)), rounded);
     EXPECT_LE((normal - cross.unit()).norm(), 1e-6L);
     EXPECT_LE((Vec(circle + 6) - (q[1] - q[0]).unit()).norm(), 1e-6L);
-    ASSERT_EQ(XGeoConstructor::Plane_3Point(p, plane), 0);
+    ASSERT_EQ(A::Plane_3Point(p, plane), 0);
     EXPECT_THAT((std::array<float, 3>{plane[0] - p[0], plane[1] - p[1], plane[2] - p[2]}), Each(0));
     // Edges up to 100 long, rounded by up to 4e-6.
     EXPECT_LE((Vec(plane + 3) - cross.unit()).norm(), 4e-4L / cross.norm() + 1e-6L);
 
     // The records' circle is the same but for the side of its normal.
-    xgeofeature::XFCircle3D record;
-    ASSERT_EQ(XGeoFConstructor::getCircle(records, record), 0);
+    XFCircle3D record;
+    ASSERT_EQ(F::getCircle(records, record), 0);
     EXPECT_GE(record.normal[2], 0.0F);
     EXPECT_LE((Vec(record.normal) - normal * (normal.z < 0 ? -1 : 1)).norm(), 1e-6L);
     EXPECT_LE((Vec(record.center) - center).norm(), rounded + 2 * carried);
     // Their plane holds the rectangle around them.
-    xgeofeature::XFPlane rectangle;
-    ASSERT_EQ(XGeoFConstructor::getPlane(records, rectangle), 0);
+    XFPlane rectangle;
+    ASSERT_EQ(F::getPlane(records, rectangle), 0);
     EXPECT_GE(rectangle.length, rectangle.width);
     const Vec major(rectangle.majorDir), minor = Vec(rectangle.normal).cross(major);
     for (const Vec& point : q) {
@@ -124,6 +126,7 @@ TEST(ThreePoints, FailOnALineAndInOnePlaceAndLeaveTheOutput) {
       {"second in the first", {0, 0, 0, 1e-6F, 1e-6F, -1e-6F, 0, 5, 0}, -1, -1},
       {"third in the first", {0, 0, 0, 0, 5, 0, 1e-6F, 1e-6F, -1e-6F}, -1, -1},
       {"second just off the first", {0, 0, 0, above, 0, 0, 0, 5, 0}, 0, 0},
+      {"off along z", {0, 0, 0, 0, 0, above, 0, 5, 0}, 0, 0},
       // The difference rounds to the float 1e-6 and lies above the number before that.
       {"off by less than a rounding", {-5.6e-14F, 0, 0, 1e-6F, 0, 0, 0, 5, 0}, -1, 0},
       {"cross product of the float 1e-6", {0, 0, 0, 1, 0, 0, 0, 1e-6F, 0}, -1, -1},
@@ -136,13 +139,45 @@ TEST(ThreePoints, FailOnALineAndInOnePlaceAndLeaveTheOutput) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
     Output out;
-    EXPECT_EQ(out.of(XGeoConstructor::Plane_3Point, c.points.data()), c.plane);
-    EXPECT_EQ(out.of(XGeoConstructor::Circle3D_3Point, c.points.data()), c.circle);
+    EXPECT_EQ(out.of(A::Plane_3Point, c.points), c.plane);
+    EXPECT_EQ(out.of(A::Circle3D_3Point, c.points), c.circle);
     XFPointN records[3];
     for (int k = 0; k < 3; ++k) records[k] = XFPointN(&c.points[3 * k], &c.points[3 * k]);
-    xgeofeature::XFCircle3D circle;
-    EXPECT_EQ(XGeoFConstructor::getCircle(records, circle), c.circle);
+    XFCircle3D circle;
+    EXPECT_EQ(F::getCircle(records, circle), c.circle);
   }
+}
+
+// The circle follows its flat coordinates and their squares as floats hold them.
+TEST(ThreePoints, SquareTheirLocalCoordinatesInFloat) {
+  const std::array<float, 9> p = {0, 0, 0, 0.00390625F, 0.00390625F, 0, 4667, 0, 0};
+  Output circle;
+  ASSERT_EQ(circle.of(A::Circle3D_3Point, p), 0);
+  std::vector<cv::Point2f> q;
+  double plane[4] = {0, 0, 1, 0};
+  xgeomeasure::XGeoTolrance::projection2Plane_tranformed(
+      {{0, 0, 0}, {0.00390625F, 0.00390625F, 0}, {4667, 0, 0}}, plane, q, nullptr);
+  const auto radius = [&q](auto square) {
+    const auto half = [&](int i, int k) {
+      return (square(q[i].x) - square(q[k].x) + square(q[i].y) - square(q[k].y)) / 2;
+    };
+    const Real a = Real(q[0].x) - q[1].x, b = Real(q[0].y) - q[1].y;
+    const Real c = Real(q[1].x) - q[2].x, d = Real(q[1].y) - q[2].y;
+    const Real r0 = half(0, 1), r1 = half(1, 2), det = a * d - b * c;
+    return std::hypot((r0 * d - b * r1) / det - q[0].x, (a * r1 - c * r0) / det - q[0].y);
+  };
+  const Real in_float = radius([](float v) { return v * v; });
+  EXPECT_LE(gap(circle.v[9], in_float), 1e-6L * in_float);
+  EXPECT_GT(gap(circle.v[9], radius([](Real v) { return v * v; })), 1e-3L * in_float);
+}
+
+// CONTRACT: of two equal sides the second is the major one; from the first corner it runs along y.
+TEST(ThreePoints, TakeTheSecondOfEqualSides) {
+  XFPointN square[3] = {{0, 0, 0, 0, 0, 1}, {2, 0, 0, 0, 0, 1}, {2, 2, 0, 0, 0, 1}};
+  XFPlane plane;
+  ASSERT_EQ(F::getPlane(square, plane), 0);
+  EXPECT_EQ(plane.length, plane.width);
+  EXPECT_NEAR(std::fabs(plane.majorDir[1]), 1, 1e-6);
 }
 
 TEST(FourPoints, GiveTheSameSphereInBothForms) {
@@ -156,15 +191,22 @@ TEST(FourPoints, GiveTheSameSphereInBothForms) {
       records[k] = XFPoint(p + 3 * k);
     }
     float sphere[4];
-    xgeofeature::XFSphere record;
-    ASSERT_EQ(XGeoConstructor::Sphere_4Point(p, sphere), 0);
-    ASSERT_EQ(XGeoFConstructor::getSphere(records, record), 0);
+    XFSphere record;
+    ASSERT_EQ(A::Sphere_4Point(p, sphere), 0);
+    ASSERT_EQ(F::getSphere(records, record), 0);
     EXPECT_EQ(record.radius, sphere[3]);
     EXPECT_EQ(record.center[2], sphere[2]);
     EXPECT_LE(gap((Vec(p) - Vec(sphere)).norm(), sphere[3]), 1e-6L * sphere[3]);
   }
-  const float coplanar[12] = {0, 0, 1, 1, 0, 1, 1, 1, 1, 0, 1, 1};
-  EXPECT_EQ(Output().of(XGeoConstructor::Sphere_4Point, coplanar), -1);
+  for (const float z : {0.0F, 0.9e-6F, 1.1e-6F}) {
+    const std::array<float, 12> flat = {0, 0, 0, -1, 0, 0, -1, -1, 0, -1, -1, -z};
+    EXPECT_EQ(Output().of(A::Sphere_4Point, flat), z < 1e-6F ? -1 : 0);
+  }
+  // Squares and sums in float: of 4097 squared the last digit is lost, and with it half a unit.
+  const std::array<float, 12> far = {4097, 0, 0, 4096, 0, 0, 4096, 2, 0, 4096, 2, 2};
+  Output sphere;
+  EXPECT_EQ(sphere.of(A::Sphere_4Point, far), 0);
+  EXPECT_EQ(sphere.v[0], 4096);
 }
 
 // On whole numbers lines meet exactly, also when they are nearly parallel.
@@ -182,8 +224,7 @@ TEST(TwoLines, MeetWhereTheyWereMadeToMeet) {
     const Six b = sixOf(meeting - w * static_cast<Real>(random.integer(-3, 3)), w);
     const bool parallel = u.cross(w).norm() == 0;
     Output point;
-    ASSERT_EQ(point.of(XGeoConstructor::Intersection_Line_Line, a.data(), b.data()),
-              parallel ? 0 : 2);
+    ASSERT_EQ(point.of(A::Intersection_Line_Line, a, b), parallel ? 0 : 2);
     EXPECT_LE((Vec(point.v.data()) - (parallel ? Vec(7, 7, 7) : meeting)).norm(), 1e-4L);
   }
 }
@@ -197,7 +238,7 @@ TEST(TwoLines, HaveTheirFeetOnTheCommonPerpendicular) {
     if (i % 3 == 0) (directionOf(a) + random.point(0.01)).unit().copyTo(b.data() + 3);
     const Real sine = directionOf(a).cross(directionOf(b)).norm();
     float on_a[3], on_b[3];
-    ASSERT_EQ(XGeoConstructor::Intersection_Line_Line2(a.data(), b.data(), on_a, on_b), 0);
+    ASSERT_EQ(A::Intersection_Line_Line2(a.data(), b.data(), on_a, on_b), 0);
     const Vec between = Vec(on_b) - Vec(on_a);
     // Feet lie as far as 200 / sine away, where floats are 1e-7 of that apart.
     const Real error = 3e-5L / sine;
@@ -206,15 +247,15 @@ TEST(TwoLines, HaveTheirFeetOnTheCommonPerpendicular) {
     EXPECT_LE(std::fabs(between.dot(directionOf(a))), error);
     EXPECT_LE(std::fabs(between.dot(directionOf(b))), error);
     float point[3] = {7, 7, 7};
-    EXPECT_EQ(XGeoConstructor::Intersection_Line_Line(a.data(), b.data(), point), 1);
+    EXPECT_EQ(A::Intersection_Line_Line(a.data(), b.data(), point), 1);
     EXPECT_THAT(point, Each(7));
-    const xgeofeature::XFLine3D2 line_a(a.data(), a.data() + 3, 1);
-    const xgeofeature::XFLine3D2 line_b(b.data(), b.data() + 3, 1);
+    const XFLine3D2 line_a = recordOf(a);
+    const XFLine3D2 line_b = recordOf(b);
     XFPoint middle;
-    EXPECT_EQ(XGeoFConstructor::getIntersectionPoint(line_a, line_b, middle), 1);
+    EXPECT_EQ(F::getIntersectionPoint(line_a, line_b, middle), 1);
     EXPECT_LE((Vec(&middle.x) - (Vec(on_a) + Vec(on_b)) * 0.5L).norm(), 1e-5L / sine);
-    xgeofeature::XFLine3D2 vertical;
-    EXPECT_EQ(XGeoFConstructor::getVerticalLine(line_a, line_b, vertical), 0);
+    XFLine3D2 vertical;
+    EXPECT_EQ(F::getVerticalLine(line_a, line_b, vertical), 0);
     EXPECT_LE(gap(vertical.length, between.norm()), 1e-5L / sine);
     EXPECT_LE((Vec(vertical.dir) * vertical.length + between).norm(), 1e-4L / sine);
   }
@@ -238,33 +279,30 @@ TEST(TwoLines, AreToldApartAtTheThresholds) {
   for (const LinePair& c : cases) {
     SCOPED_TRACE(c.what);
     float point[3];
-    EXPECT_EQ(XGeoConstructor::Intersection_Line_Line(c.a.data(), c.b.data(), point), c.arrays);
-    const xgeofeature::XFLine3D2 a(c.a.data(), c.a.data() + 3, 1);
-    const xgeofeature::XFLine3D2 b(c.b.data(), c.b.data() + 3, 1);
+    EXPECT_EQ(A::Intersection_Line_Line(c.a.data(), c.b.data(), point), c.arrays);
+    const XFLine3D2 a = recordOf(c.a);
+    const XFLine3D2 b = recordOf(c.b);
     XFPoint record(7, 7, 7);
-    EXPECT_EQ(XGeoFConstructor::getIntersectionPoint(a, b, record), c.records);
+    EXPECT_EQ(F::getIntersectionPoint(a, b, record), c.records);
     EXPECT_EQ(record.z == 7, c.records < 0);
-    xgeofeature::XFLine3D2 vertical;
-    EXPECT_EQ(XGeoFConstructor::getVerticalLine(a, b, vertical), c.vertical);
-    EXPECT_EQ(XGeoFConstructor::getVerticalLine(b, a, vertical), c.vertical);
+    XFLine3D2 vertical;
+    EXPECT_EQ(F::getVerticalLine(a, b, vertical), c.vertical);
+    EXPECT_EQ(F::getVerticalLine(b, a, vertical), c.vertical);
   }
   // The sign of the step along the first line.
   const Six backwards = {5, 0, 0, 1, 0, 0};
   const Six across = {-2, 3, 0, 0, 1, 0};
   float point[3];
-  EXPECT_EQ(XGeoConstructor::Intersection_Line_Line(backwards.data(), across.data(), point), 2);
+  EXPECT_EQ(A::Intersection_Line_Line(backwards.data(), across.data(), point), 2);
   EXPECT_EQ(point[0], -2);
   float first[3] = {7, 7, 7}, second[3] = {7, 7, 7};
-  EXPECT_EQ(
-      XGeoConstructor::Intersection_Line_Line2(backwards.data(), backwards.data(), first, second),
-      0);
+  EXPECT_EQ(A::Intersection_Line_Line2(backwards.data(), backwards.data(), first, second), 0);
   EXPECT_THAT(first, Each(7));
   EXPECT_THAT(second, Each(7));
   // Only the second line meets a plane with a unit normal; short directions tell the two apart.
   const Six short_x = {0, 0, 0, 5e-4F, 0, 0};
   const Six short_y = {1, 2, 3, 0, 1e-3F, 0};
-  EXPECT_EQ(XGeoConstructor::Intersection_Line_Line2(short_x.data(), short_y.data(), first, second),
-            0);
+  EXPECT_EQ(A::Intersection_Line_Line2(short_x.data(), short_y.data(), first, second), 0);
   EXPECT_THAT(first, Each(7));
   EXPECT_LE((Vec(second) - Vec(1, 0, 3)).norm(), 1e-6L);
 }
@@ -279,7 +317,7 @@ TEST(LineAndPlane, MeetAndProject) {
     if (std::fabs(slope) < 0.01L) continue;
     float point[3];
     const Six long_line = sixOf(pointOf(line), directionOf(line) * 3);
-    ASSERT_EQ(XGeoConstructor::Intersection_Line_Plane(long_line.data(), plane.data(), point), 0);
+    ASSERT_EQ(A::Intersection_Line_Plane(long_line.data(), plane.data(), point), 0);
     EXPECT_LE(std::fabs(fromPlane(Vec(point), plane)), 2e-5L / std::fabs(slope));
     EXPECT_LE(fromLine(Vec(point), line), 2e-5L / std::fabs(slope));
 
@@ -287,15 +325,15 @@ TEST(LineAndPlane, MeetAndProject) {
     float given[3];
     p.copyTo(given);
     float foot[3];
-    EXPECT_EQ(XGeoConstructor::Projection_Point_Line(given, line.data(), foot), 0);
+    EXPECT_EQ(A::Projection_Point_Line(given, line.data(), foot), 0);
     EXPECT_LE(fromLine(Vec(foot), line), 2e-5L);
     EXPECT_LE(std::fabs((Vec(foot) - Vec(given)).dot(directionOf(line))), 2e-5L);
-    EXPECT_EQ(XGeoConstructor::Projection_Point_Plane(given, plane.data(), foot), 0);
+    EXPECT_EQ(A::Projection_Point_Plane(given, plane.data(), foot), 0);
     EXPECT_LE(std::fabs(fromPlane(Vec(foot), plane)), 2e-5L);
     EXPECT_LE((Vec(foot) - Vec(given)).cross(directionOf(plane)).norm(), 2e-5L);
 
     float projected[6];
-    ASSERT_EQ(XGeoConstructor::Projection_Line_Plane(line.data(), plane.data(), projected), 0);
+    ASSERT_EQ(A::Projection_Line_Plane(line.data(), plane.data(), projected), 0);
     const Vec n = directionOf(plane);
     const Vec shadow = directionOf(line) - n * directionOf(line).dot(n);
     EXPECT_LE(std::fabs(fromPlane(Vec(projected), plane)), 2e-5L);
@@ -311,26 +349,24 @@ TEST(LineAndPlane, FailWithinOneMillionthOfParallel) {
     const Six line = {1, 2, 3, 1, 0, slope};
     const int expected = std::fabs(slope) < 1e-6 ? -1 : 0;
     Output out;
-    EXPECT_EQ(out.of(XGeoConstructor::Intersection_Line_Plane, line.data(), plane.data()),
-              expected);
+    EXPECT_EQ(out.of(A::Intersection_Line_Plane, line, plane), expected);
     // The other way round: a line along the normal has no projection, planes no common line.
     const Six along = {1, 2, 3, slope, 0, 1};
-    EXPECT_EQ(out.of(XGeoConstructor::Projection_Line_Plane, along.data(), plane.data()), expected);
-    EXPECT_EQ(out.of(XGeoConstructor::Intersection_Plane_Plane, along.data(), plane.data()),
-              expected);
+    EXPECT_EQ(out.of(A::Projection_Line_Plane, along, plane), expected);
+    EXPECT_EQ(out.of(A::Intersection_Plane_Plane, along, plane), expected);
   }
   const Six no_normal = {0, 0, 4, 0, 0, 0};
   float foot[3] = {7, 7, 7};
   const float point[3] = {1, 1, 1};
-  EXPECT_EQ(XGeoConstructor::Projection_Point_Plane(point, no_normal.data(), foot), 0);
+  EXPECT_EQ(A::Projection_Point_Plane(point, no_normal.data(), foot), 0);
   EXPECT_THAT(foot, Each(7));
   // Within 1e-6 of the line's point the foot is that point, else a step along the direction.
   const Six line = {0, 0, 0, 1, 0, 0};
   const float close[3] = {1e-6F, 1e-6F, -1e-6F};
   const float off[3] = {1e-6F, above, 0};
-  EXPECT_EQ(XGeoConstructor::Projection_Point_Line(close, line.data(), foot), 0);
+  EXPECT_EQ(A::Projection_Point_Line(close, line.data(), foot), 0);
   EXPECT_EQ(foot[0], 0);
-  EXPECT_EQ(XGeoConstructor::Projection_Point_Line(off, line.data(), foot), 0);
+  EXPECT_EQ(A::Projection_Point_Line(off, line.data(), foot), 0);
   EXPECT_EQ(foot[0], 1e-6F);
 }
 
@@ -342,7 +378,7 @@ TEST(TwoPlanes, SolveWithTheirPointsAsCoefficients) {
     const Six a = randomSix(random);
     const Six b = randomSix(random);
     float line[6];
-    ASSERT_EQ(XGeoConstructor::Intersection_Plane_Plane(a.data(), b.data(), line), 0);
+    ASSERT_EQ(A::Intersection_Plane_Plane(a.data(), b.data(), line), 0);
     const Vec d = directionOf(a).cross(directionOf(b)).unit();
     EXPECT_LE((Vec(line + 3) - d).norm(), 1e-6L);
     const Real size[3] = {std::fabs(d.x), std::fabs(d.y), std::fabs(d.z)};

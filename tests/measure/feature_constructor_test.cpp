@@ -82,6 +82,12 @@ TEST(ProjectionPoint, LiesOnTheFeatureSquareToIt) {
               1e-4L + uncertain * generator.norm());
     EXPECT_LE(std::fabs((p - on_cone).dot(generator)), 2e-4L * (1 + generator.norm()));
   }
+  // The equation is summed in float, from the left: 1 vanishes beside 2^24.
+  XFPlane plane(Floats({0, 0, 0}), Floats({1, 0, 0}));
+  plane.b = plane.c = 1;
+  XFPoint foot;
+  EXPECT_EQ(F::getProjectionPoint(XFPoint(16777216, 1, 1), plane, foot), 0);
+  EXPECT_EQ(foot.x, 0);
 }
 
 TEST(Symmetry, HalvesTheWayAndReturns) {
@@ -117,6 +123,7 @@ TEST(Symmetry, HalvesTheWayAndReturns) {
     EXPECT_LE(std::fabs(center.dot(normal) + image_plane.d), 3e-5L);
     EXPECT_EQ(image_plane.majorDir[0], other.majorDir[0]);
     EXPECT_EQ(image_plane.width, other.width);
+    EXPECT_EQ(image_plane.length, other.length);
   }
   XFPoint image;
   F::getPointSymmetry(XFPoint(1, 2, 3 + 4e-7F), XFPoint(1, 2, 3), image);
@@ -159,6 +166,10 @@ TEST(OffsetsAndAverages, FollowTheirRules) {
   EXPECT_EQ(out.center[2], 5);
   EXPECT_EQ(out.length, 9);
   EXPECT_EQ(out.width, 9);
+  // Of three the opposite ones cancel.
+  const XFPlane upright(plane.center, Floats({1, 0, 0}));
+  EXPECT_EQ(F::getPlaneAverage({plane, opposite, upright}, out), 0);
+  EXPECT_EQ(out.normal[0], 1);
   const Floats slanted({std::sqrt(0.75L), 0, 0.5L}), back({-std::sqrt(0.75L), 0, 0.5L});
   EXPECT_EQ(F::getPlaneAverage({plane, {plane.center, slanted}, {plane.center, back}}, out), -1);
   EXPECT_EQ(out.length, 9);
@@ -184,7 +195,7 @@ TEST(IntersectionLine, LiesOnBothPlanesAndSpansTheirCorners) {
       EXPECT_LE(std::fabs(fromPlane(p, a)), 3e-4L / sine);
       EXPECT_LE(std::fabs(fromPlane(p, b)), 3e-4L / sine);
     }
-    EXPECT_GT(Vec(line.dir).dot(cross), 0);
+    EXPECT_LE((Vec(line.dir) - cross.unit()).norm(), 3e-7L);
     XFPoint corners[8];
     a.getCornerPoint(corners);
     b.getCornerPoint(corners + 4);
@@ -313,6 +324,9 @@ TEST(IntersectionCircle, OfCoaxialConesLiesOnBoth) {
   const XFCone a = coneAt({0, 0, 0}, {0, 0, 1}, 0.5L);
   XFCircle3D circle;
   EXPECT_EQ(F::getIntersectionCircle(a, a, circle), -1);
+  XFCone needles[2] = {a, coneAt({0, 0, -5}, {0, 0, -1}, 0.5L)};
+  needles[0].halfAngle = needles[1].halfAngle = 0;
+  EXPECT_EQ(F::getIntersectionCircle(needles[0], needles[1], circle), -1);
   EXPECT_EQ(F::getIntersectionCircle(a, coneAt({0, 0, 5}, {0.02L, 0, 0.9998L}, 0.4L), circle), -1);
   EXPECT_EQ(F::getIntersectionCircle(a, coneAt({0, 0, 5}, {0.01L, 0, 0.99995L}, 0.4L), circle), 0);
   EXPECT_EQ(F::getIntersectionCircle(a, coneAt({0, 0, 5}, {0, 0, 1}, 0.49991L), circle), -2);
@@ -356,6 +370,8 @@ TEST(Lines, BisectAndProject) {
   EXPECT_EQ(bisector.center[1], 3);
   EXPECT_EQ(bisector.dir[0], 1);
   EXPECT_EQ(bisector.length, 5);
+  const XFLine3D2 almost(back.center, Floats({1, 9e-7L, 0}), 5);
+  EXPECT_EQ(F::getAngleBisector(x, almost, bisector), 1);
   EXPECT_EQ(F::getAngleBisector(x, skew, bisector), -1);
   EXPECT_EQ(bisector.center[1], 3);
 

@@ -14,10 +14,10 @@ using testing::DoubleEq;
 using testing::Each;
 using testing::ElementsAre;
 using testing::Pointwise;
-using xgeomeasure::XGeoTolrance;
 
 namespace {
 
+using T = xgeomeasure::XGeoTolrance;
 using Points = std::vector<cv::Point3f>;
 using FeatureStatistics = void (*)(const Points&, double*, double*, std::vector<double>&);
 
@@ -30,10 +30,10 @@ struct Open {
 };
 template <FeatureStatistics& Slot, FeatureStatistics Member>
 Open<Slot, Member> Open<Slot, Member>::instance;
-template struct Open<g_plane, &XGeoTolrance::calcStatistics_PlanePoint2Plane>;
-template struct Open<g_line, &XGeoTolrance::calcStatistics_LinePoint2Line>;
-template struct Open<g_cylinder, &XGeoTolrance::calcStatistics_CylinderPoint2Cylinder>;
-template struct Open<g_sphere, &XGeoTolrance::calcStatistics_SpherePoint2Sphere>;
+template struct Open<g_plane, &T::calcStatistics_PlanePoint2Plane>;
+template struct Open<g_line, &T::calcStatistics_LinePoint2Line>;
+template struct Open<g_cylinder, &T::calcStatistics_CylinderPoint2Cylinder>;
+template struct Open<g_sphere, &T::calcStatistics_SpherePoint2Sphere>;
 
 TEST(ToleranceStatistics, GiveDeviationsInPointOrderAndFourFigures) {
   // The same deviations 0, 0, 6 from four features.
@@ -84,40 +84,28 @@ TEST(DeviationStatistics, InFloatAreTakenFromTheRoundedDeviations) {
   EXPECT_NEAR(in_double.variance, 0.25e-18, 1e-21);
 }
 
-TEST(DeviationStatistics, DivideByCountOrOneLess) {
-  const float flat[] = {0, 0, 1, 0, 0, 2, 0, 0, 6};
-  const kernel::PointView points(flat, 3);
-  const kernel::CylinderDeviation<kernel::NearPoint::Measured> cylinder{{0, 0, 0, 1, 0, 0}, 0};
-  float stored[3];
-  const auto variance = [&](kernel::VarianceDivisor divisor) {
-    return kernel::deviationStatistics(points, cylinder, stored, divisor).variance;
-  };
-  EXPECT_DOUBLE_EQ(variance(kernel::VarianceDivisor::Count), 14.0 / 3);
-  EXPECT_DOUBLE_EQ(variance(kernel::VarianceDivisor::CountLessOne), 7.0);
-}
-
 TEST(ToleranceFrames, FollowTheGuardedAlignment) {
   // Crosses that point opposite ways: the turn is about the first normal, which stays.
   const cv::Vec3d target[3] = {{0.6, -0.64, 0.48}, {0.8, 0.48, -0.36}, {0, 0.6, 0.8}};
   const cv::Vec3d source[3] = {target[0], -target[1], target[2]};
   const cv::Point3d at[3] = {{1, 2, 3}, {1, 2, 3}, {1, 2, 3}}, to[3] = {};
   std::array<double, 16> rt{}, inverse{}, untouched{};
-  XGeoTolrance::alignBy3Plane(target, to, source, at, rt.data());
+  T::alignBy3Plane(target, to, source, at, rt.data());
   const cv::Matx44d map(rt.data());
   EXPECT_LT(cv::norm(map * cv::Vec4d(0.6, -0.64, 0.48, 0) - cv::Vec4d(0.6, -0.64, 0.48, 0)), 1e-9);
   EXPECT_LT(cv::norm(map * cv::Vec4d(1, 2, 3, 1) - cv::Vec4d(0, 0, 0, 1)), 1e-9);
-  EXPECT_EQ(XGeoTolrance::convertMatrixRT(rt.data(), inverse.data()), 1);
+  EXPECT_EQ(T::convertMatrixRT(rt.data(), inverse.data()), 1);
   EXPECT_LT(cv::norm(cv::Matx44d(inverse.data()) * map - cv::Matx44d::eye()), 1e-9);
 
   const cv::Vec3d parallel[3] = {target[0], target[0], target[2]};
-  XGeoTolrance::alignBy3Plane(target, to, parallel, at, untouched.data());
+  T::alignBy3Plane(target, to, parallel, at, untouched.data());
   EXPECT_THAT(untouched, Each(0));
   cv::Mat met(1, 1, CV_8U, 77), turn;
-  EXPECT_EQ(XGeoTolrance::Intersection3Planes(parallel, at, met), 0);
+  EXPECT_EQ(T::Intersection3Planes(parallel, at, met), 0);
   EXPECT_EQ(met.type(), CV_8U);
-  EXPECT_EQ(XGeoTolrance::Intersection3Planes(target, at, met), 1);
+  EXPECT_EQ(T::Intersection3Planes(target, at, met), 1);
   EXPECT_LT(cv::norm(met - cv::Mat(cv::Vec3d(1, 2, 3))), 1e-9);
-  XGeoTolrance::getMatRByVector(target[0], target[1], turn);
+  T::getMatRByVector(target[0], target[1], turn);
   EXPECT_LT(cv::norm(turn * cv::Mat(target[0]) - cv::Mat(target[1])), 1e-9);
 }
 
@@ -125,11 +113,11 @@ TEST(ToleranceFrames, MapProjectionsAndGiveTheMatrix) {
   double plane[4] = {0, 0, 1, -5};
   const Points points = {{3, 1, 9}, {7, 1, -4}, {7, 4, 2}};
   Points feet;
-  XGeoTolrance::projection2Plane(points, plane, feet);
+  T::projection2Plane(points, plane, feet);
   EXPECT_THAT(feet, ElementsAre(cv::Point3f(3, 1, 5), cv::Point3f(7, 1, 5), cv::Point3f(7, 4, 5)));
   std::vector<cv::Point2f> flat;
   std::array<double, 16> rt{};
-  XGeoTolrance::projection2Plane_tranformed(points, plane, flat, rt.data());
+  T::projection2Plane_tranformed(points, plane, flat, rt.data());
   ASSERT_EQ(flat.size(), 3U);
   for (std::size_t i = 0; i < 3; ++i) {
     const cv::Vec4d local = cv::Matx44d(rt.data()) * cv::Vec4d(feet[i].x, feet[i].y, feet[i].z, 1);
@@ -137,10 +125,10 @@ TEST(ToleranceFrames, MapProjectionsAndGiveTheMatrix) {
     EXPECT_NEAR(local[1], flat[i].y, 1e-6);
     EXPECT_NEAR(local[2], 0, 1e-9);
   }
-  XGeoTolrance::projection2Plane_tranformed(points, plane, flat, nullptr);
+  T::projection2Plane_tranformed(points, plane, flat, nullptr);
   EXPECT_EQ(flat.size(), 3U);
   rt.fill(4);
-  XGeoTolrance::projection2Plane_tranformed({{1, 1, 1}, {1, 1, 2}}, plane, flat, rt.data());
+  T::projection2Plane_tranformed({{1, 1, 1}, {1, 1, 2}}, plane, flat, rt.data());
   EXPECT_TRUE(flat.empty());
   EXPECT_THAT(rt, Each(4));
 }
