@@ -9,6 +9,7 @@
 
 #include <zelmo/version.h>
 
+#include "alignment.h"
 #include "cad_files.h"
 #include "console.h"
 #include "evaluation.h"
@@ -23,6 +24,7 @@
 #include "outlines.h"
 #include "output_folder.h"
 #include "outward.h"
+#include "picture.h"
 #include "scan.h"
 #include "triangles.h"
 #include "tube.h"
@@ -88,20 +90,26 @@ int measureInto(const OutputFolder& folder, Options options, Progress& progress,
     return kDone;
   }
   std::vector<TruePoint> truth;
-  if (made || options.task == Options::Task::MeasureSimulatedScan) {
+  const bool simulated = made || options.task == Options::Task::MeasureSimulatedScan;
+  if (simulated) {
     progress.step("simulating the scan");
-    folder.write("scan.xyz", simulateScan(model, {options.points, options.noise}, &truth));
+    const std::string scan = simulateScan(model, {options.points, options.noise}, &truth);
+    folder.write("scan.xyz", options.align ? displaced(scan, knownDisplacement()) : scan);
     options.scan = folder.pathFor("scan.xyz");
   }
   progress.step("reading the scan");
-  const Scan scan = readScan(options.scan);
+  Scan scan = readScan(options.scan);
+  if (options.align) text = alignToModel(scan, model, options.rps, simulated, folder, progress);
   progress.step("sorting " + std::to_string(scan.count()) + " points");
   if (options.narrow) triangulate(model);
   Inspector inspector(scan, options, signOfSolid(model));
   const std::vector<Measurement> measurements = measureAll(content, inspector, progress);
   const std::vector<OutlineMeasurement> outlines = measureOutlines(
       outlinesOf(model, content), {scan, options, inspector.cloud(), folder.pathFor("")}, progress);
-  text = reportOn({model, content, scan, truth, measurements, outlines}, options, folder, progress);
+  text +=
+      reportOn({model, content, scan, truth, measurements, outlines}, options, folder, progress);
+  progress.step("drawing the part");
+  drawPictures(model, measurements, scan, folder);
   for (const Measurement& one : measurements) {
     if (one.done()) return kDone;
   }

@@ -140,6 +140,7 @@ SurfaceMesh off(const std::string& content, const std::string& name) {
   for (int i = 0; i < faces; ++i) {
     const int corners = words.count(1, kMost);
     std::vector<int> ring;
+    ring.reserve(static_cast<std::size_t>(std::min(corners, 64)));  // the file may promise too much
     for (int k = 0; k < corners; ++k) ring.push_back(words.count(0, vertices - 1));
     words.skipLine();  // a colour
     for (std::size_t k = 2; k < ring.size(); ++k) {

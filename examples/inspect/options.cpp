@@ -91,6 +91,10 @@ bool readValueOption(Arguments& arguments, Options& options) {
     options.probe = numberIn(word, arguments.value(), 1e-3, 1e3);
   } else if (word == "--points") {
     options.points = static_cast<int>(numberIn(word, arguments.value(), 1.0, kMostPoints));
+  } else if (word == "--align") {
+    options.align = true;
+    if (arguments.hasValue()) options.rps = arguments.value();
+    if (arguments.hasValue() && options.rps.empty()) refuse("--align= needs a file");
   } else if (word == "--section") {
     options.section = arguments.value();
     if (options.section.empty()) refuse("--section needs a plane a,b,c,d");
@@ -133,8 +137,9 @@ bool chooseOtherTask(Parsed& parsed) {
   Options& options = parsed.options;
   const bool section = !options.section.empty();
   if (!parsed.tube && !section) return false;
-  if (parsed.list || parsed.simulate || options.probe > 0.0 || (parsed.tube && section)) {
-    refuse("--list, --simulate, --probe, --section and --tube exclude one another");
+  if (parsed.list || parsed.simulate || options.align || options.probe > 0.0 ||
+      (parsed.tube && section)) {
+    refuse("--list, --simulate, --align, --probe, --section and --tube exclude one another");
   }
   if (parsed.tube && !options.model.empty())
     refuse("--tube makes its tube itself, and takes no file");
@@ -148,10 +153,10 @@ void chooseTask(Parsed& parsed) {
   if (chooseOtherTask(parsed)) return;
   if (parsed.list) {
     if (options.model.empty()) refuse("--list needs a model");
-    if (!options.scan.empty() || parsed.simulate || options.probe > 0.0)
+    if (!options.scan.empty() || parsed.simulate || options.align || options.probe > 0.0)
       refuse("--list takes a model and nothing else");
     options.task = Options::Task::List;
-  } else if (options.probe > 0.0 && (parsed.simulate || !options.scan.empty())) {
+  } else if (options.probe > 0.0 && (parsed.simulate || options.align || !options.scan.empty())) {
     refuse("--probe touches the model and takes no scan");
   } else if (options.model.empty()) {
     options.task = Options::Task::MeasureMadePart;
@@ -190,6 +195,8 @@ Options parseOptions(int argc, const char* const* argv) {
       options.model = word;
     } else if (options.scan.empty()) {
       options.scan = word;
+    } else if (options.align && options.rps.empty()) {
+      options.rps = word;
     } else {
       refuse("more files than a model and a scan: '" + std::string(word) + "'");
     }
@@ -198,12 +205,14 @@ Options parseOptions(int argc, const char* const* argv) {
   return options;
 }
 
-const char* helpText() {
-  return R"(inspect - measures a scanned part against its CAD model with LibZelmo
+namespace {
+
+constexpr char kHelp[] = R"(inspect - measures a scanned part against its CAD model with LibZelmo
 
   inspect                          measure a part that the program makes itself
   inspect MODEL SCAN [-o OUT]      measure your part
   inspect MODEL --simulate         measure a scan that is simulated from your model
+  inspect MODEL SCAN --align [RPS] move the scan onto the model first; also without files
   inspect --list MODEL             list what the model contains, measure nothing
   inspect --section A,B,C,D [FILE] cut a mesh with a plane
   inspect --tube                   trace the centre line of a bent tube that the program makes
@@ -217,6 +226,13 @@ Every plane, sphere, cylinder and cone of the model is a feature; faces of one g
 same outer side are taken together. A feature's points are picked out of the scan and the feature
 is fitted to them; points outside the sigma band are dropped and it is fitted again, until none is
 outside.
+
+With --align the scan is moved onto the model by RPS points. RPS is a text file, one point per line:
+a name, nominal x y z, measured x y z, and the axes that count, in capitals those that locate, as
+xyz or Z. A point without measured numbers is looked up in the scan, within 10 mm of where the others
+have brought it. Without a file such points are picked on the model's flat faces, and the scan has to
+lie within some millimetres of the model. Without a scan of yours the simulated one is displaced by a
+known motion first, and the recovered one is compared with it.
 
 The section is that of the plane A x + B y + C z + D = 0 through an STL or OFF mesh, a model's
 mesh, or the made part's where no FILE is named: --section 0,0,1,-20 cuts at z = 20.
@@ -299,14 +315,21 @@ Results in OUT
   library.log        what the library and the CAD kernel printed
   part.step          the model, where the program made it
   scan.xyz           the scan, where the program simulated it
+  features.svg       the part with the measured features, coloured by their kind
+  deviations.svg     the same, coloured by how far their points stand out of the model
+  alignment.txt      how the scan was moved, and what is left at each RPS point
+  rps.txt            the RPS points, where the program displaced the scan
   section.txt, section.svg   the segments of a section, loop by loop, and a drawing of them
-  centerline.csv     the traced centre line of the tube, with its distance from the true one
+  centerline.csv, tube.svg   the traced centre line of the tube, with its distance from the true one
 The files appear together at the end, or none does.
 
 Exit status
   0 done       1 nothing could be measured or cut  2 bad command line   3 bad model
   4 bad scan   5 output can't be written        6 unexpected failure     130 interrupted
 )";
-}
+
+}  // namespace
+
+const char* helpText() { return kHelp; }
 
 }  // namespace inspect

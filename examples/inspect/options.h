@@ -34,6 +34,8 @@ struct Options {
   bool narrow = false;    ///< whether points that lie over no triangle of the feature are left out
   double probe = 0.0;     ///< mm: radius of the tip that touches the model; 0 for a scan
   std::string section;    ///< a,b,c,d of the plane to cut with
+  bool align = false;     ///< move the scan onto the model before it is measured
+  std::string rps;        ///< file of RPS points; empty where they are to be picked
   bool verbose = false;
 };
 

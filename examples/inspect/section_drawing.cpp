@@ -100,12 +100,15 @@ void drawGrid(Svg& svg, const Sheet& sheet, const CutPlane& plane) {
   const AxisName right = nameOf(plane.right, "u"), up = nameOf(plane.up, "v");
   const cv::Rect2d& box = sheet.box;
   svg.open("grid");
-  for (double u = std::ceil(box.x / step) * step; u <= box.x + box.width; u += step) {
+  const auto first_line = [step](double low) { return static_cast<int>(std::ceil(low / step)); };
+  for (int i = first_line(box.x); i * step <= box.x + box.width; ++i) {
+    const double u = i * step;
     svg.line(sheet.at(u, box.y), sheet.at(u, box.y + box.height), "");
     svg.text(sheet.at(u, box.y) + cv::Point2d(0, 17), fixed(right.sign * u, decimals, 0), "middle",
              "note");
   }
-  for (double v = std::ceil(box.y / step) * step; v <= box.y + box.height; v += step) {
+  for (int i = first_line(box.y); i * step <= box.y + box.height; ++i) {
+    const double v = i * step;
     svg.line(sheet.at(box.x, v), sheet.at(box.x + box.width, v), "");
     svg.text(sheet.at(box.x, v) + cv::Point2d(-8, 4), fixed(up.sign * v, decimals, 0), "end",
              "note");
@@ -132,11 +135,11 @@ std::string pictureOf(const Section& section, const CutPlane& plane, const std::
   svg.text({20, 30}, name + ", " + planeText(plane), "start", "title");
   svg.text({20, 50}, summary, "start", "note");
   drawGrid(svg, sheet, plane);
-  std::vector<Outline> loops;
+  std::vector<Path2> loops;
   for (const bool closed : {true, false}) {
     for (const Chain& chain : section.chains) {
       if (chain.closed != closed) continue;
-      Outline outline;
+      Path2 outline;
       for (const cv::Vec3d& point : chain.points) {
         outline.push_back(sheet.at(point.dot(plane.right), point.dot(plane.up)));
       }

@@ -18,7 +18,7 @@
 namespace inspect {
 
 cv::Vec3d SurfaceMesh::corner(int triangle, int which) const {
-  const auto at = static_cast<std::size_t>(3 * triangle + which);
+  const std::size_t at = 3 * static_cast<std::size_t>(triangle) + static_cast<std::size_t>(which);
   const float* vertex = &vertices[3 * static_cast<std::size_t>(triangles[at])];
   return {vertex[0], vertex[1], vertex[2]};
 }
@@ -30,7 +30,7 @@ double diagonalOf(const TopoDS_Shape& model) {
 }
 
 SurfaceMesh meshOf(const TopoDS_Shape& model, double sag, double angle) {
-  BRepMesh_IncrementalMesh(model, sag, Standard_False, angle);
+  const BRepMesh_IncrementalMesh mesher(model, sag, Standard_False, angle);
   const double sign = signOfSolid(model);
   SurfaceMesh mesh;
   int face_number = 0;

@@ -14,7 +14,8 @@ constexpr const char* kRules =
     "text{font-family:Helvetica,Arial,'DejaVu Sans',sans-serif;fill:#1f2933}"
     ".page{fill:#ffffff}"
     ".title{font-size:17px;font-weight:bold}"
-    ".note{font-size:12px;fill:#52606d}";
+    ".note{font-size:12px;fill:#52606d}"
+    ".faces path{stroke-width:.7;stroke-linejoin:round}";
 constexpr const char* kDarkRules =
     "text{fill:#e4e7eb}"
     ".page{fill:#14181d}"
@@ -46,7 +47,7 @@ std::string escaped(const std::string& words) {
   return text;
 }
 
-std::string stroke(const Outline& points, bool closed) {
+std::string stroke(const Path2& points, bool closed) {
   std::string text;
   for (const cv::Point2d& point : points) text += (text.empty() ? "M" : " ") + place(point);
   return text + (closed ? "Z" : "");
@@ -83,13 +84,13 @@ void Svg::open(const std::string& name) { m_body += "<g" + withClass(name) + ">\
 
 void Svg::close() { m_body += "</g>\n"; }
 
-void Svg::path(const Outline& points, bool closed, const std::string& name) {
+void Svg::path(const Path2& points, bool closed, const std::string& name) {
   m_body += "<path" + withClass(name) + " d=\"" + stroke(points, closed) + "\"/>\n";
 }
 
-void Svg::area(const std::vector<Outline>& loops, const std::string& name) {
+void Svg::area(const std::vector<Path2>& loops, const std::string& name) {
   m_body += "<path" + withClass(name) + " fill-rule=\"evenodd\" d=\"";
-  for (const Outline& loop : loops) m_body += stroke(loop, true);
+  for (const Path2& loop : loops) m_body += stroke(loop, true);
   m_body += "\"/>\n";
 }
 
@@ -107,7 +108,7 @@ void Svg::rectangle(const cv::Rect2d& box, const std::string& name) {
             "\" width=\"" + number(box.width) + "\" height=\"" + number(box.height) + "\"/>\n";
 }
 
-void Svg::patch(const Outline& points, const std::string& colour) {
+void Svg::patch(const Path2& points, const std::string& colour) {
   // The stroke closes the hairlines that would show between neighbours.
   m_body += "<path fill=\"" + colour + "\" stroke=\"" + colour + "\" d=\"" + stroke(points, true) +
             "\"/>\n";

@@ -9,7 +9,7 @@
 
 namespace inspect {
 
-using Outline = std::vector<cv::Point2d>;
+using Path2 = std::vector<cv::Point2d>;
 
 /// A drawing in SVG, y downwards, lengths in pixels. Its colours come from classes, so that it can
 /// look right on a light and on a dark page; the same calls give the same text.
@@ -25,14 +25,14 @@ class Svg {
   void close();
 
   /// A line through points; a closed one is filled where its class says so.
-  void path(const Outline& points, bool closed, const std::string& name = "");
+  void path(const Path2& points, bool closed, const std::string& name = "");
   /// Several closed lines as one area, with holes where they lie in one another.
-  void area(const std::vector<Outline>& loops, const std::string& name);
+  void area(const std::vector<Path2>& loops, const std::string& name);
   void line(const cv::Point2d& from, const cv::Point2d& to, const std::string& name);
   void circle(const cv::Point2d& center, double radius, const std::string& name);
   void rectangle(const cv::Rect2d& box, const std::string& name);
   /// A closed line with a colour of its own, "#rrggbb".
-  void patch(const Outline& points, const std::string& colour);
+  void patch(const Path2& points, const std::string& colour);
   /// \param anchor "start", "middle" or "end"
   void text(const cv::Point2d& at, const std::string& words, const std::string& anchor,
             const std::string& name);

@@ -10,8 +10,12 @@
 #include "bent_tube.h"
 #include "failure.h"
 #include "numbers.h"
+#include "picture.h"
 #include "scan.h"
 #include "shapes.h"
+#include "surface_mesh.h"
+#include "svg.h"
+#include "view.h"
 
 namespace inspect {
 namespace {
@@ -29,12 +33,42 @@ std::string ending(int code) {
   }
 }
 
+/// The tube with the traced line in it.
+std::string pictureOf(const TopoDS_Shape& wall, const xgeofeature::XFPolyLine& line,
+                      const std::string& note) {
+  constexpr double kWidth = 900.0, kTop = 72.0, kAir = 30.0;  // pixels
+  const cv::Vec3d towards_eye(0.45, -0.75, 0.55);
+  const SurfaceMesh mesh = meshOf(wall, 0.02, 0.15);
+  const double width = kWidth - 2.0 * kAir;
+  const double height = std::min(700.0, View::heightFor(mesh, towards_eye, width));
+  const View view(mesh, towards_eye, {kAir, kTop, width, height});
+  Svg svg(kWidth, std::ceil(kTop + height + kAir), "Traced tube");
+  svg.style(
+      ".traced path{fill:none;stroke:#b3261e;stroke-width:1.6}"
+      ".traced circle{fill:#b3261e;stroke:#ffffff;stroke-width:.7}",
+      "");
+  svg.text({kAir, 32.0}, "Traced tube", "start", "title");
+  svg.text({kAir, 54.0}, note, "start", "note");
+  int faces = 0;
+  for (const int face : mesh.faces) faces = std::max(faces, face + 1);
+  paintFaces(svg, view, mesh,
+             std::vector<Colour>(static_cast<std::size_t>(faces), Colour(176, 196, 214)), 0.4);
+  Path2 traced;
+  for (const auto& point : line.points) traced.push_back(view.at({point.x, point.y, point.z}));
+  svg.open("traced");
+  svg.path(traced, false);
+  for (const cv::Point2d& place : traced) svg.circle(place, 2.3, "");
+  svg.close();
+  return svg.done();
+}
+
 }  // namespace
 
 std::string tubeInto(const OutputFolder& folder, const Options& options, Progress& progress) {
   const BentTube tube;
   progress.step("simulating the scan");
-  folder.write("scan.xyz", simulateScan(tube.wall(), {options.points, options.noise}));
+  const TopoDS_Shape wall = tube.wall();
+  folder.write("scan.xyz", simulateScan(wall, {options.points, options.noise}));
   progress.step("reading the scan");
   const Scan scan = readScan(folder.pathFor("scan.xyz"));
   progress.step("sorting " + std::to_string(scan.count()) + " points");
@@ -84,8 +118,11 @@ std::string tubeInto(const OutputFolder& folder, const Options& options, Progres
         std::to_string(beyond) + " more beyond the end, where the wall no longer fills a step.\n";
   }
   if (compared == 0) throw Failure(kNothingMeasured, "no point of the line lies on the tube");
-  text += "Offset from the true centre line: mean " + fixed(sum / compared, 4, 0) + ", largest " +
-          fixed(largest, 4, 0) + " mm.\n";
+  const std::string offset = "Offset from the true centre line: mean " +
+                             fixed(sum / compared, 4, 0) + ", largest " + fixed(largest, 4, 0) +
+                             " mm.";
+  folder.write("tube.svg", pictureOf(wall, line, offset));
+  text += offset + "\n";
   return text;
 }
 

@@ -11,7 +11,7 @@
 namespace inspect {
 
 /// The work of --tube: makes a bent tube, scans it, traces its centre line in the scan and compares
-/// the two. Writes scan.xyz and centerline.csv. \return what to print
+/// the two. Writes scan.xyz, centerline.csv and tube.svg. \return what to print
 std::string tubeInto(const OutputFolder& folder, const Options& options, Progress& progress);
 
 }  // namespace inspect

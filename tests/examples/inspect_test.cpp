@@ -207,10 +207,14 @@ TEST_F(Inspect, MadePartIsMeasuredAsItWasDesigned) {
   const Finished run = inspect("-o a --points 200000");
   ASSERT_EQ(run.code, 0) << run.err;
   EXPECT_EQ(run.err, "") << "progress belongs on a terminal";
-  EXPECT_THAT(namesIn(at("a")),
-              testing::ElementsAre("deviations.csv", "features.csv", "library.log", "measured.igs",
-                                   "measured.step", "outlines.csv", "part.step", "results.csv",
-                                   "scan.xyz", "tolerances.csv"));
+  EXPECT_THAT(
+      namesIn(at("a")),
+      testing::ElementsAre("deviations.csv", "deviations.svg", "features.csv", "features.svg",
+                           "library.log", "measured.igs", "measured.step", "outlines.csv",
+                           "part.step", "results.csv", "scan.xyz", "tolerances.csv"));
+  for (const char* text : {"<svg ", ">sphere 1</text>", ">R 9.000</text>", "</svg>"}) {
+    EXPECT_THAT(contentOf(at("a/features.svg")), HasSubstr(text));
+  }
   std::vector<Row> results = rowsOf(at("a/results.csv"));
   expectFormFollowsFromDeviations(results, rowsOf(at("a/deviations.csv")));
   expectEveryFeatureAndItsTwin(rowsOf(at("a/features.csv")),

@@ -1,10 +1,11 @@
 // SPDX-FileCopyrightText: LibZelmo contributors
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// What the sample host does beside measuring a part: sections, a tube.
+// What the sample host does beside measuring a part that lies in place: alignment, sections, a tube.
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <filesystem>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -114,42 +115,6 @@ TEST_F(Inspect, AMeshIsCutTheSameInEveryForm) {
   EXPECT_THAT(contentOf(at("across/section.svg")), HasSubstr("fill-rule=\"evenodd\""));
 }
 
-TEST_F(Inspect, BadSectionsAreNamed) {
-  write("frame.off", kFrame);
-  write("short.stl", stlOf(kFrame).binary.substr(0, 500));
-  write("cut.stl", stlOf(kFrame).text.substr(0, 500));
-  write("wrong.off", "OFF\n3 1 0\n0 0 0 1 0 0 0 1 0\n3 0 1 3\n");
-  write("word.off", "OFF\n3 1 0\n0 0 0 1 x 0 0 1 0\n3 0 1 2\n");
-  write("none.off", "OFF\n0 0 0\n");
-  const struct {
-    const char* arguments;
-    int code;
-    const char* message;
-  } kRows[] = {
-      {"--section", 2, "missing"},
-      {"--section 0,0,1 frame.off", 2, "wants a plane"},
-      {"--section 0,0,0,1 frame.off", 2, "wants a plane"},
-      {"--section 0,0,1,nan frame.off", 2, "wants a plane"},
-      {"--section 0,0,1,0,7 frame.off", 2, "wants a plane"},
-      {"--section 0,0,1,0 frame.off b", 2, "one file"},
-      {"--section 0,0,1,0 --tube", 2, "exclude"},
-      {"--tube frame.off", 2, "no file"},
-      {"--section 0,0,1,0 missing.stl", 3, "no such mesh"},
-      {"--section 0,0,1,0 short.stl", 3, "32 triangles has 1684 bytes; this one has 500"},
-      {"--section 0,0,1,0 cut.stl", 3, "line "},
-      {"--section 0,0,1,0 wrong.off", 3, "line 4: wanted is a number from 0 to 2, found is '3'"},
-      {"--section 0,0,1,0 word.off", 3, "line 3: wanted is a number, found is 'x'"},
-      {"--section 0,0,1,0 none.off", 3, "no triangles"},
-      {"--section 0,0,1,-9 frame.off", 1, "z = 9 meets none of the 32 triangles"},
-  };
-  for (const auto& row : kRows) {
-    const Finished run = inspect(row.arguments);
-    EXPECT_EQ(run.code, row.code) << row.arguments;
-    EXPECT_THAT(run.err, HasSubstr(row.message)) << row.arguments;
-    EXPECT_EQ(run.out, "");
-  }
-}
-
 TEST_F(Inspect, ATubeIsTraced) {
   const Finished run = inspect("--tube --points 60000 --noise 0.02");
   ASSERT_EQ(run.code, 0) << run.err;
@@ -166,6 +131,84 @@ TEST_F(Inspect, ATubeIsTraced) {
     EXPECT_NEAR(off, 0.0, 0.3) << i;
   }
   EXPECT_GT(number(rows.back()[4]), 310.0) << "the end of the tube";
+}
+
+/// The rows of numbers after a line that begins so.
+std::string rowsAfter(const std::string& text, const std::string& line) {
+  const std::size_t start = text.find(line);
+  return start == std::string::npos ? "none" : text.substr(text.find('\n', start) + 1, 3 * 54);
+}
+
+TEST_F(Inspect, ADisplacedScanIsMovedBack) {
+  const Finished run = inspect("--align --points 60000 -o a");
+  ASSERT_EQ(run.code, 0) << run.err;
+  const std::vector<Row> results = rowsOf(at("a/results.csv"));
+  for (const Row& row : results) {
+    EXPECT_TRUE(row[1] != "plane" || std::abs(number(row[17])) < 0.05) << row[0];
+  }
+  // The files that it leaves say the same once more.
+  const Finished again = inspect("a/part.step a/scan.xyz --align a/rps.txt -o b");
+  EXPECT_EQ(again.code, 0) << again.err;
+  EXPECT_EQ(rowsAfter(again.out, "The scan was moved by"),
+            rowsAfter(run.out, "The scan was moved by"));
+  // A scan in place stays there, by points that are picked on the model.
+  ASSERT_EQ(inspect("--points 60000 -o c").code, 0);
+  const Finished still = inspect("c/part.step c/scan.xyz --align -o d");
+  std::istringstream matrix(rowsAfter(still.out, "The scan was moved by"));
+  for (int i = 0; i < 12; ++i) {
+    double value = 9.0;
+    matrix >> value;
+    EXPECT_NEAR(value, i % 5 == 0 ? 1.0 : 0.0, i % 4 == 3 ? 0.05 : 5e-4) << i;
+  }
+}
+
+struct BadMode {
+  const char* arguments;  // with the files that the test writes
+  int code;
+  const char* message;
+};
+
+const BadMode kBadModes[] = {
+    {"--section 0,0,1 frame.off", 2, "wants a plane"},
+    {"--section 0,0,0,1 frame.off", 2, "wants a plane"},
+    {"--section 0,0,1,0,7 frame.off", 2, "wants a plane"},
+    {"--section 0,0,1,0 --tube", 2, "exclude"},
+    {"--tube frame.off", 2, "no file"},
+    {"--section 0,0,1,0 missing.stl", 3, "no such mesh"},
+    {"--section 0,0,1,0 short.stl", 3, "32 triangles has 1684 bytes; this one has 500"},
+    {"--section 0,0,1,0 cut.stl", 3, "line "},
+    {"--section 0,0,1,0 wrong.off", 3, "line 4: wanted is a number from 0 to 2, found is '3'"},
+    {"--section 0,0,1,0 word.off", 3, "line 3: wanted is a number, found is 'x'"},
+    {"--section 0,0,1,0 none.off", 3, "no triangles"},
+    {"--section 0,0,1,-9 frame.off", 1, "z = 9 meets none of the 32 triangles"},
+    {"made/part.step made/scan.xyz --align=two.rps", 4, "are measured leave the part free"},
+    {"made/part.step made/scan.xyz --align=four.rps", 4, "four.rps, line 3: wanted are"},
+    {"made/part.step made/scan.xyz --align=axes.rps", 4, "axes.rps, line 1: after the numbers"},
+    {"made/part.step made/scan.xyz --align=level.rps", 4, "looked up in the scan leave"},
+    {"made/part.step made/scan.xyz --align=far.rps", 1, "no scanned point within 10 mm"},
+    {"made/part.step made/scan.xyz --align none.rps", 4, "can't be opened"},
+};
+
+TEST_F(WithFiles, BadInputToTheModesIsNamed) {
+  const Stl stl = stlOf(kFrame);
+  write("frame.off", kFrame);
+  write("short.stl", stl.binary.substr(0, 500));
+  write("cut.stl", stl.text.substr(0, 500));
+  write("wrong.off", "OFF\n3 1 0\n0 0 0 1 0 0 0 1 0\n3 0 1 3\n");
+  write("word.off", "OFF\n3 1 0\n0 0 0 1 x 0 0 1 0\n3 0 1 2\n");
+  write("none.off", "OFF\n0 0 0\n");
+  write("two.rps", "a 0 0 0 1 1 1\nb 9 0 0 10 1 1 XYZ\n");
+  write("four.rps", "# comment\n\na 0 0 0 1\n");
+  write("axes.rps", "a 0 0 0 zy\n");
+  write("level.rps", "a 0 0 0 Z\nb 9 0 0 Z\nc 0 9 0 Z\nd 9 9 0 X\ne 0 0 9 Y\nf 1 2 3 Z\n");
+  write("far.rps", "a 900 0 0 XYZ\nb 0 900 0 XYZ\nc 0 0 900 XYZ\n");
+  for (const BadMode& bad : kBadModes) {
+    const Finished run = inspect(bad.arguments);
+    EXPECT_EQ(run.code, bad.code) << bad.arguments;
+    EXPECT_THAT(run.err, HasSubstr(bad.message)) << bad.arguments;
+    EXPECT_EQ(run.out, "");
+    EXPECT_FALSE(std::filesystem::exists(at("out")));
+  }
 }
 
 }  // namespace
