@@ -74,6 +74,7 @@ void addCircles(const xmodelfeature::XModelCurve& curves, const ModelContent& co
 
 std::vector<PickedPoint> picked(const std::vector<int>& indices) {
   std::vector<PickedPoint> points;
+  points.reserve(indices.size());
   for (const int index : indices) points.push_back({index, 0.0, PointState::Used});
   return points;
 }

@@ -224,11 +224,11 @@ class Planner {
 }  // namespace
 
 const char* nameOf(Characteristic what) {
-  static const char* const kNames[] = {"flatness",    "sphericity",       "cylindricity",
-                                       "conicity",    "straightness",     "circularity",
-                                       "parallelism", "perpendicularity", "concentricity",
-                                       "coaxiality",  "position",         "distance",
-                                       "angle",       "diameter"};
+  static constexpr const char* kNames[] = {"flatness",    "sphericity",       "cylindricity",
+                                           "conicity",    "straightness",     "circularity",
+                                           "parallelism", "perpendicularity", "concentricity",
+                                           "coaxiality",  "position",         "distance",
+                                           "angle",       "diameter"};
   return kNames[static_cast<int>(what)];
 }
 

@@ -118,6 +118,10 @@ double straightness(const Measurement& one, const Scan& scan) {
 
 double valueOf(const Requirement& wanted, const Measurement& one, const Measurement* datum,
                const Scan& scan) {
+  if (isDimension(wanted.what)) {
+    return dimension(wanted.what, one.measured, datum == nullptr ? nullptr : &datum->measured);
+  }
+  const Measurement& to = datum == nullptr ? one : *datum;  // where it counts, the plan names one
   switch (wanted.what) {
     case C::Straightness:
       return straightness(one, scan);
@@ -125,17 +129,13 @@ double valueOf(const Requirement& wanted, const Measurement& one, const Measurem
       return circularity(one, scan);
     case C::Parallelism:
     case C::Perpendicularity:
-      return orientation(wanted.what, one, *datum, scan);
+      return orientation(wanted.what, one, to, scan);
     case C::Concentricity:
-      return concentricity(one, *datum, scan);
+      return concentricity(one, to, scan);
     case C::Coaxiality:
-      return offAxis(one.measured, datum->measured);
+      return offAxis(one.measured, to.measured);
     case C::Position:
       return offAxis(one.measured, one.nominal.ideal);
-    case C::Distance:
-    case C::Angle:
-    case C::Diameter:
-      return dimension(wanted.what, one.measured, datum == nullptr ? nullptr : &datum->measured);
     default:
       return one.form;
   }
