@@ -18,6 +18,22 @@ struct RunningExtremes {
   }
 };
 
+/// The same of what a band keeps.
+struct RunningExtremesInBand {
+  RunningExtremes running;
+  SigmaBand band;
+
+  ZELMO_ALWAYS_INLINE void take(double d) {
+    // What does not count is no extreme: the running values take themselves.
+    const double above = band.low > d ? running.largest : d;
+    const double below = band.low > d ? running.smallest : d;
+    const double high = d > band.high ? running.largest : above;
+    const double low = d > band.high ? running.smallest : below;
+    running.largest = high > running.largest ? high : running.largest;
+    running.smallest = low < running.smallest ? low : running.smallest;
+  }
+};
+
 /// The same per lane.
 struct LaneExtremes {
   double largest[kLanes];
@@ -42,6 +58,14 @@ struct LaneExtremes {
       RunningExtremes running = at(k);
       for (int j = 0; j < kBlock; j += kLanes) running.take(values[j + k]);
       put(k, running);
+    }
+  }
+  /// Those of them that the band keeps.
+  ZELMO_ALWAYS_INLINE void takeBlock(const double* values, const SigmaBand& band) {
+    ZELMO_LANE_LOOP for (int k = 0; k < kLanes; ++k) {
+      RunningExtremesInBand counting{at(k), band};
+      for (int j = 0; j < kBlock; j += kLanes) counting.take(values[j + k]);
+      put(k, counting.running);
     }
   }
   ZELMO_ALWAYS_INLINE Extremes fold() const {
@@ -219,20 +243,7 @@ ZELMO_MULTIVERSION Extremes extremesInBand(const double* deviations, int count,
   extremes.start();
   int i = 0;
   for (; i + kBlock <= count; i += kBlock) {
-    ZELMO_LANE_LOOP for (int k = 0; k < kLanes; ++k) {
-      RunningExtremes running = extremes.at(k);
-      for (int j = 0; j < kBlock; j += kLanes) {
-        const double d = deviations[i + j + k];
-        // What does not count is no extreme: the running values take themselves.
-        const double above = band.low > d ? running.largest : d;
-        const double below = band.low > d ? running.smallest : d;
-        const double high = d > band.high ? running.largest : above;
-        const double low = d > band.high ? running.smallest : below;
-        running.largest = high > running.largest ? high : running.largest;
-        running.smallest = low < running.smallest ? low : running.smallest;
-      }
-      extremes.put(k, running);
-    }
+    extremes.takeBlock(deviations + i, band);
   }
   for (; i < count; ++i) {
     if (band.keeps(deviations[i])) extremes.take(i % kLanes, deviations[i]);
