@@ -17,20 +17,16 @@ namespace {
 
 std::atomic<std::size_t> smallest_failing{SIZE_MAX};  // every operator new from this size on throws
 
-void* allocate(std::size_t size) {
+}  // namespace
+
+// Kept out of line, or the compiler takes the halves of a pair for a mismatch.
+__attribute__((noinline)) void* operator new(std::size_t size) {
   void* p = size >= smallest_failing ? nullptr : std::malloc(size == 0 ? 1 : size);
   if (p == nullptr) throw std::bad_alloc();
   return p;
 }
-
-}  // namespace
-
-void* operator new(std::size_t size) { return allocate(size); }
-void* operator new[](std::size_t size) { return allocate(size); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
-void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
+__attribute__((noinline)) void operator delete(void* p) noexcept { std::free(p); }
+__attribute__((noinline)) void operator delete(void* p, std::size_t) noexcept { std::free(p); }
 
 namespace {
 
