@@ -9,6 +9,7 @@
 namespace inspect {
 namespace {
 
+constexpr int kSides = 15;  // of triangles, as trianglesOf() counts them
 constexpr int kFewest = 8;  // points: fewer than a filter can work on
 
 /// Takes the points out of use that lie outside the band of those in use. \return the number left
@@ -85,7 +86,7 @@ xgeofeature::XGeoFeatureExtract& Inspector::cloudFor(const Nominal& nominal) {
 }
 
 void Inspector::narrowDown(const Nominal& nominal, std::vector<int>& found) {
-  const Triangles surface = trianglesOf(nominal.patches, m_sign);
+  const Triangles surface = trianglesOf(nominal.patches, m_sign, kSides);
   m_eliminate.getGeoFeaturePointIndices(m_extract.cloud, m_extract.normals, found,
                                         surface.corners.data(), surface.count(),
                                         surface.normals.data(), found);

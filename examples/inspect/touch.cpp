@@ -31,6 +31,7 @@ using xgeofeature::XFSphere;
 constexpr int kDraws = 60000;         // places on the model, from which the touches are taken
 constexpr std::size_t kTouches = 25;  // of a feature
 constexpr int kFewest = 8;
+constexpr int kSides = 80;  // of triangles, as trianglesOf() counts them: small against the part
 constexpr double kOwnFace = 0.95;  // cosine between the normals of a place and of its triangle
 constexpr double kShortArc = 1.4;  // rad: half of an arc that is too short for these fits
 
@@ -234,7 +235,7 @@ Touched touchPoints(const TopoDS_Shape& model, const Touches& touches, float rad
   for (TopExp_Explorer walk(model, TopAbs_FACE); walk.More(); walk.Next()) {
     faces.push_back(TopoDS::Face(walk.Current()));
   }
-  const Triangles mesh = trianglesOf(faces, signOfSolid(model));
+  const Triangles mesh = trianglesOf(faces, signOfSolid(model), kSides);
   std::vector<int> indices(static_cast<std::size_t>(3 * mesh.count()));
   for (std::size_t i = 0; i < indices.size(); ++i) indices[i] = static_cast<int>(i);
   xgeofit::XPointFit fit;

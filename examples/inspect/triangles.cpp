@@ -18,10 +18,9 @@
 namespace inspect {
 namespace {
 
-constexpr double kMeshShare = 5e-4;     // deflection of the mesh against the part's diagonal
-constexpr double kMeshAngle = 0.3;      // rad
-constexpr double kSidesPerLength = 15;  // sides of triangles along a square of the faces' area
-constexpr std::size_t kMost = 200000;   // triangles of one feature
+constexpr double kMeshShare = 5e-4;    // deflection of the mesh against the part's diagonal
+constexpr double kMeshAngle = 0.3;     // rad
+constexpr std::size_t kMost = 200000;  // triangles of one feature
 
 using Triangle = std::array<cv::Vec3d, 3>;
 
@@ -73,12 +72,12 @@ void triangulate(const TopoDS_Shape& model) {
   const BRepMesh_IncrementalMesh mesher(model, kMeshShare * diagonal, Standard_False, kMeshAngle);
 }
 
-Triangles trianglesOf(const std::vector<TopoDS_Face>& faces, double sign) {
+Triangles trianglesOf(const std::vector<TopoDS_Face>& faces, double sign, int sides) {
   std::vector<Triangle> triangles;
   for (const TopoDS_Face& face : faces) addFace(face, sign, triangles);
   double area = 0.0;
   for (const Triangle& triangle : triangles) area += 0.5 * cv::norm(crossOf(triangle));
-  cut(triangles, std::sqrt(area) / kSidesPerLength);
+  cut(triangles, std::sqrt(area) / sides);
   Triangles result;
   for (const Triangle& triangle : triangles) {
     const cv::Vec3d normal = unit(crossOf(triangle));

@@ -24,6 +24,7 @@ struct Triangles {
 /// looks for a point's triangle among the ten with the nearest centroids.
 ///
 /// \param sign -1 for a model that stands inside out
-Triangles trianglesOf(const std::vector<TopoDS_Face>& faces, double sign);
+/// \param sides how many of a triangle's longest sides go along a square of the faces' area
+Triangles trianglesOf(const std::vector<TopoDS_Face>& faces, double sign, int sides);
 
 }  // namespace inspect

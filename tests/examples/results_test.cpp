@@ -92,7 +92,7 @@ const Cell kCells[] = {
     {"p/probe.csv", "cylinder 4;25;", 3, 12, 1e-4},  // from inside
     {"p/probe.csv", "circle of cylinder 4;25;", 3, 12, 1e-4},
     {"p/probe.csv", "slot 1;50;", 3, 6, 1e-4},
-    {"p/probe.csv", "single points;1", 6, 0, 0.05},  // 10 to 19 of 25: corners have two walls
+    {"p/probe.csv", "single points;2", 6, 0, 0.05},  // 20 or more of 25: corners have two walls
 };
 
 TEST_F(Inspect, EveryModeAgreesWithTheDesign) {
