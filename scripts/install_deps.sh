@@ -15,6 +15,7 @@ packages="
 for option in "$@"; do
   case $option in
     --with-peers) packages="$packages libbenchmark-dev libceres-dev libcgal-dev libeigen3-dev libvtk9-dev" ;;
+    --with-docs) packages="$packages doxygen" ;;
     --with-packaging) packages="$packages dpkg-dev" ;;
     --with-lint) packages="$packages clang clang-format clang-tidy python3" ;;
     *)
