@@ -62,7 +62,7 @@ struct Cell {
 /// By construction of the part; what 100000 points with 0.01 mm of noise give, and touches with none.
 const Cell kCells[] = {
     {"a/tolerances.csv", ";height", kValue, 40, 0.02},
-    {"a/tolerances.csv", ";step over base", kValue, 25, 0.02},
+    {"a/tolerances.csv", ";step over base", kNominalValue, 25, 1e-6},
     {"a/tolerances.csv", ";width of the slot", kOff, 0, 0.02},
     {"a/tolerances.csv", ";boss from bore", kValue, std::hypot(28, 3), 0.02},
     {"a/tolerances.csv", ";ball over base", kValue, 44, 0.02},
@@ -136,6 +136,8 @@ TEST_F(Inspect, EveryModeAgreesWithTheDesign) {
     const std::vector<double> all = shares(wide), over = shares(run);
     EXPECT_GT(std::min({all[2], over[2], all[4], over[4]}), 99) << kind;
     EXPECT_GT(std::min(all[5], over[5]), 99.5) << kind;
+    // Two outliers in a hundred are never true, however near they lie.
+    EXPECT_LT(std::min(all[3], over[3]), 99.5) << kind;
     // Beyond the ends of cylinders lie no triangles.
     if (std::string(kind) != "cylinders") continue;
     EXPECT_LT(all[3], 96) << kind;
