@@ -24,11 +24,11 @@ namespace xcurve3dfit {
 /// time, different objects may run at once.
 class ZELMO_EXPORT XOvalGroove3DFit : public XCurve3DFit {
  public:
-  float center[3] = {};
-  float normal[3] = {};
-  float majorDir[3] = {};
-  float halfStraight = 0;
-  float radius = 0;
+  float center[3] = {};    ///< x, y, z in the points' length unit, as all lengths here
+  float normal[3] = {};    ///< unit normal of the plane
+  float majorDir[3] = {};  ///< unit, along the straight sides
+  float halfStraight = 0;  ///< half the length of a straight side
+  float radius = 0;        ///< of the half circles, half the width of the outline
 
   /// Fits the outline that \p method asks for.
   ///
@@ -44,7 +44,12 @@ class ZELMO_EXPORT XOvalGroove3DFit : public XCurve3DFit {
   ///     is unchanged, too. A descent that stops short is not reported.
   bool Fit(const float* points, const int& count, float* out, FitMethod method);
 
-  /// \copydoc Fit(const float*, const int&, float*, FitMethod)
+  /// The same for points in a vector.
+  ///
+  /// \param[in] points the measured points; their number is that of the vector
+  /// \param[out] out float[11] as above
+  /// \param[in] method as above
+  /// \return as above
   bool Fit(const std::vector<cv::Point3f>& points, float* out, FitMethod method);
 
   /// The same, with the fitted normal turned to the side on which more measured normals lie.

@@ -24,11 +24,11 @@ namespace xcurve3dfit {
 /// time, different objects may run at once.
 class ZELMO_EXPORT XRectangle3DFit : public XCurve3DFit {
  public:
-  float center[3] = {};
-  float normal[3] = {};
-  float majorDir[3] = {};
-  float halfLength = 0;
-  float halfWidth = 0;
+  float center[3] = {};    ///< x, y, z in the points' length unit, as all lengths here
+  float normal[3] = {};    ///< unit normal of the plane
+  float majorDir[3] = {};  ///< unit, along the length
+  float halfLength = 0;    ///< half the extent along majorDir
+  float halfWidth = 0;     ///< half the extent across majorDir
 
   /// Fits the outline that \p method asks for.
   ///
@@ -43,7 +43,12 @@ class ZELMO_EXPORT XRectangle3DFit : public XCurve3DFit {
   ///     with \p out and the object unchanged. A descent that stops short is not reported.
   bool Fit(const float* points, const int& count, float* out, FitMethod method);
 
-  /// \copydoc Fit(const float*, const int&, float*, FitMethod)
+  /// The same for points in a vector.
+  ///
+  /// \param[in] points the measured points; their number is that of the vector
+  /// \param[out] out float[11] as above
+  /// \param[in] method as above
+  /// \return as above
   bool Fit(const std::vector<cv::Point3f>& points, float* out, FitMethod method);
 
   /// The same, with the fitted normal turned to the side on which more measured normals lie.

@@ -50,7 +50,12 @@ class ZELMO_EXPORT XConeFit : public X3DFit {
   ///     point before it, the first one by the tangent of the half angle.
   bool Fit(const float* points, const int& count, double* const params, FitMethod method);
 
-  /// \copydoc Fit(const float*, const int&, double* const, FitMethod)
+  /// The same for points in a vector.
+  ///
+  /// \param[in] points the measured points; their number is that of the vector
+  /// \param[out] params double[7] as above
+  /// \param[in] method as above
+  /// \return as above
   bool Fit(const std::vector<cv::Point3f>& points, double* const params, FitMethod method);
 
   /// Fits by least squares from each of the three principal axes and keeps the best. Prints nothing.

@@ -46,7 +46,12 @@ class ZELMO_EXPORT XCylinderFit : public X3DFit {
   ///     a descent from a negative radius.
   bool Fit(const float* points, const int& count, double* const params, FitMethod method);
 
-  /// \copydoc Fit(const float*, const int&, double* const, FitMethod)
+  /// The same for points in a vector.
+  ///
+  /// \param[in] points the measured points; their number is that of the vector
+  /// \param[out] params double[8] as above
+  /// \param[in] method as above
+  /// \return as above
   bool Fit(const std::vector<cv::Point3f>& points, double* const params, FitMethod method);
 
   /// Fits by least squares from each of the three principal axes and keeps the best.

@@ -41,7 +41,12 @@ class ZELMO_EXPORT XLine3DFit : public X3DFit {
   ///     which can shift a result by about a micrometre.
   bool Fit(const float* points, const int& count, double* const params, FitMethod method);
 
-  /// \copydoc Fit(const float*, const int&, double* const, FitMethod)
+  /// The same for points in a vector.
+  ///
+  /// \param[in] points the measured points; their number is that of the vector
+  /// \param[out] params double[6] as above
+  /// \param[in] method as above
+  /// \return as above
   bool Fit(const std::vector<cv::Point3f>& points, double* const params, FitMethod method);
 
   /// The two ends of a fitted segment: the feet of the extreme points.

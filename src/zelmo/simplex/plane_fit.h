@@ -41,7 +41,12 @@ class ZELMO_EXPORT XPlaneFit : public X3DFit {
   ///     where it starts.
   bool Fit(const float* points, const int& count, double* const params, FitMethod method);
 
-  /// \copydoc Fit(const float*, const int&, double* const, FitMethod)
+  /// The same for points in a vector.
+  ///
+  /// \param[in] points the measured points; their number is that of the vector
+  /// \param[in,out] params double[4] as above
+  /// \param[in] method as above
+  /// \return as above
   bool Fit(const std::vector<cv::Point3f>& points, double* const params, FitMethod method);
 
   /// Corners of a rectangle around the points in a plane: center and size are those of the smallest
@@ -58,7 +63,11 @@ class ZELMO_EXPORT XPlaneFit : public X3DFit {
   void getFourCorner(const float* points, const int& count, double* const params,
                      float* const corners);
 
-  /// \copydoc getFourCorner(const float*, const int&, double* const, float* const)
+  /// The same for points in a vector.
+  ///
+  /// \param[in] points the measured points; their number is that of the vector
+  /// \param[in] params double[4] as above
+  /// \param[out] corners float[12] as above
   void getFourCorner(const std::vector<cv::Point3f>& points, double* const params,
                      float* const corners);
 

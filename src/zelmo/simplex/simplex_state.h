@@ -16,11 +16,18 @@ namespace zelmo::internal {
 /// \note Part of the fit classes' layout; its members are not for hosts.
 class SimplexState {
  public:
+  /// What a descent makes small: reads the parameters from the vector and the points through the
+  /// pointer, which is the data of the descent.
   using Objective = double (*)(const gsl_vector*, void*);
 
+  /// \param[in] dimension number of parameters, at most 8 for the descent with one step
+  /// \param[in] max_iterations most steps of a descent
+  /// \param[in] objective what the descents make small, until setObjective replaces it
   SimplexState(std::size_t dimension, int max_iterations, Objective objective);
 
+  /// Replaces the objective for all later descents.
   void setObjective(Objective objective) { m_function.f = objective; }
+  /// Replaces the most steps of a descent, for all later ones.
   void setMaxIter(int max_iterations) { m_max_iterations = max_iterations; }
 
   /// One descent of the current objective over \p data.
