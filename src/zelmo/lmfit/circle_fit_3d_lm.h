@@ -37,10 +37,10 @@ class ZELMO_EXPORT XCircleFit3DLM : public ZelmoLM {
   int Fit2(const float* points, const float* normals, const int& count, float* const plane,
            bool fitPlane);
 
-  float center[3] = {};
+  float center[3] = {};    ///< x, y, z in the points' length unit, in the plane
   float normal[3] = {};    ///< of the plane, as given or fitted
   float majorDir[3] = {};  ///< local X axis of the circle's frame, towards the first point
-  float radius = 0;
+  float radius = 0;        ///< in the points' length unit
 };
 
 }  // namespace zelmolm

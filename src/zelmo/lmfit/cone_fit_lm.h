@@ -32,18 +32,20 @@ class ZELMO_EXPORT XConeFitLM : public ZelmoLM {
 
   /// Distances from the axis less the cone's radius at the point's height.
   /// \param[in] p double[7]: apex, axis of any length, half angle in radians
-  /// \param[out] hx double[n]
+  /// \param[out] hx double[n], one per point in the order of the points
+  /// \param[in] m number of parameters, 7; not read
+  /// \param[in] n number of points
   /// \param[in] adata float[3 * n]: the points
   static void Fit_Function(double* p, double* hx, int m, int n, void* adata);
 
-  float apex[3] = {};
-  float axis[3] = {};   ///< unit, from base towards top, which is towards the apex
-  float halfAngle = 0;  ///< radians
-  float base[3] = {};   ///< far end of the points' extent
-  float top[3] = {};    ///< near end; the apex when points lie on both sides of it
-  float height = 0;     ///< distance of base and top
-  float baseRadius = 0;
-  float topRadius = 0;
+  float apex[3] = {};    ///< x, y, z in the points' length unit, as all lengths here
+  float axis[3] = {};    ///< unit, from base towards top, which is towards the apex
+  float halfAngle = 0;   ///< radians
+  float base[3] = {};    ///< far end of the points' extent
+  float top[3] = {};     ///< near end; the apex when points lie on both sides of it
+  float height = 0;      ///< distance of base and top
+  float baseRadius = 0;  ///< radius of the cone at base
+  float topRadius = 0;   ///< radius of the cone at top
 
  private:
   void getValue(const float* points, const float* normals, const int& count);

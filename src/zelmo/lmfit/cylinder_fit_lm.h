@@ -50,16 +50,18 @@ class ZELMO_EXPORT XCylinderFitLM : public StagedFit<XCylinderFitLM> {
 
   /// Distances from the axis less the radius, which is rounded to float.
   /// \param[in] p double[7]: point on the axis, axis of any length, radius
-  /// \param[out] hx double[n]
+  /// \param[out] hx double[n], one per point in the order of the points
+  /// \param[in] m number of parameters, 7; not read
+  /// \param[in] n number of points
   /// \param[in] adata float[3 * n]: the points
   static void Fit_Function(double* p, double* hx, int m, int n, void* adata);
 
   float center[3] = {};  ///< half way between base and top
   float axis[3] = {};    ///< unit, from base to top
-  float radius = 0;
+  float radius = 0;      ///< in the points' length unit, as all lengths here
   float height = 0;  ///< extent of the points of the last fit along the axis, without dropped ones
-  float base[3] = {};
-  float top[3] = {};
+  float base[3] = {};  ///< end of the extent against the axis, on it
+  float top[3] = {};   ///< end of the extent along the axis, on it
 
  private:
   template <typename Fit>

@@ -46,7 +46,9 @@ class ZELMO_EXPORT XPlaneFitLM : public StagedFit<XPlaneFitLM> {
   /// Signed distances a x + b y + c z + d, with (a, b, c, d) divided by the length of (a, b, c) unless
   /// that is below 0.0001.
   /// \param[in] p double[4]: a, b, c, d
-  /// \param[out] hx double[n]
+  /// \param[out] hx double[n], one per point in the order of the points
+  /// \param[in] m number of parameters, 4; not read
+  /// \param[in] n number of points
   /// \param[in] adata float[3 * n]: the points
   static void Fit_Function(double* p, double* hx, int m, int n, void* adata);
 
@@ -55,12 +57,12 @@ class ZELMO_EXPORT XPlaneFitLM : public StagedFit<XPlaneFitLM> {
   /// \copydetails Fit_Function
   static void Fit_Chebyshev_Function(double* p, double* hx, int m, int n, void* adata);
 
-  float a = 0;
-  float b = 0;
-  float c = 0;
-  float d = 0;             ///< a x + b y + c z + d = 0, (a, b, c) unit
-  float center[3] = {};    ///< center of the bounding rectangle
-  float normal[3] = {};    ///< (a, b, c), turned so that most measured normals lie on its side
+  float a = 0;           ///< x of the unit normal
+  float b = 0;           ///< y of the unit normal
+  float c = 0;           ///< z of the unit normal
+  float d = 0;           ///< a x + b y + c z + d = 0, (a, b, c) unit; d in the points' length unit
+  float center[3] = {};  ///< center of the bounding rectangle
+  float normal[3] = {};  ///< (a, b, c), turned so that most measured normals lie on its side
   float majorDir[3] = {};  ///< unit, along the longer side
   float length = 0;        ///< longer side
   float width = 0;         ///< shorter side

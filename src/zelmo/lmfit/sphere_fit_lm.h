@@ -39,12 +39,14 @@ class ZELMO_EXPORT XSphereFitLM : public StagedFit<XSphereFitLM> {
 
   /// Distances from the center less the radius.
   /// \param[in] p double[4]: center, radius
-  /// \param[out] hx double[n]
+  /// \param[out] hx double[n], one per point in the order of the points
+  /// \param[in] m number of parameters, 4; not read
+  /// \param[in] n number of points
   /// \param[in] adata float[3 * n]: the points
   static void Fit_Function(double* p, double* hx, int m, int n, void* adata);
 
-  float center[3] = {};
-  float radius = 0;
+  float center[3] = {};  ///< x, y, z in the points' length unit
+  float radius = 0;      ///< in the points' length unit
 
  private:
   template <typename Fit>

@@ -31,6 +31,8 @@ class ZELMO_EXPORT ZelmoLM {
   int Fit_LM(const float* points, const int& count, double* params, double* measurements,
              const int& paramCount);
 
+  /// The residuals that Fit_LM drives to zero. Each fit sets it before the call; a copy takes it
+  /// along.
   ResidualFunction residualFunction = nullptr;
 };
 
