@@ -12,9 +12,9 @@ namespace xgeofit {
 /// The least-squares circle of points in the plane, by simplex from the algebraic circle.
 class ZELMO_EXPORT XCircle2DFit {
  public:
-  float cx = 0;  ///< center
-  float cy = 0;
-  float r = 0;  ///< radius
+  float cx = 0;  ///< x of the center, in the points' length unit
+  float cy = 0;  ///< y of the center
+  float r = 0;   ///< radius
 
   XCircle2DFit();
 
@@ -41,7 +41,7 @@ class ZELMO_EXPORT XCircle2DFit {
 /// written, but for the projected points of points without a circle.
 class ZELMO_EXPORT XCircle3DFit {
  public:
-  float center[3] = {};
+  float center[3] = {};    ///< x, y, z in the points' length unit, as all lengths here
   float normal[3] = {};    ///< of the plane
   float majorDir[3] = {};  ///< towards the first point that is off the centroid
   float radius = 0;        ///< of the compensated circle in the forms with a probe radius
@@ -59,7 +59,10 @@ class ZELMO_EXPORT XCircle3DFit {
   /// The same, then compensated: the first point's normal tells whether the circle was touched from
   /// inside (it looks towards the axis, the radius grows) or from outside.
   ///
+  /// \param[in] points float[3 * count]: x, y, z per point
   /// \param[in] normals float[3 * count]; only the first is read
+  /// \param[in] count number of points
+  /// \param[in] plane float[6]: point, unit normal
   /// \param[in] radius radius of the probe's tip
   /// \param[out] compensated float[3 * count], or null: projected points moved by the radius
   /// \param[out] errors float[3 * count], or null: radial deviations from the compensated circle
@@ -68,20 +71,31 @@ class ZELMO_EXPORT XCircle3DFit {
 
   /// The same, with the side told by the caller instead of by a normal.
   ///
+  /// \param[in] points float[3 * count]: x, y, z per point
+  /// \param[in] normals float[3 * count], not read; may be null
+  /// \param[in] count number of points
+  /// \param[in] plane float[6]: point, unit normal
+  /// \param[in] radius radius of the probe's tip
+  /// \param[out] compensated float[3 * count], or null; as above
+  /// \param[out] errors float[3 * count], or null; as above
   /// \param[in] outward true: the radius grows
   int Fit(const float* points, const float* normals, const int& count, float* const plane,
           const float& radius, float* compensated, float* errors, bool outward);
 
-  /// The circle in which a plane cuts the probe's tip around one point.
+  /// The circle in which a plane cuts the probe's tip around one point. majorDir is some direction
+  /// square to the plane's normal.
   ///
   /// \param[in] point float[3]: center of the tip
   /// \param[in] normal float[3], not read
-  /// \param[in] plane float[6]: point, unit normal
+  /// \param[in] plane float[6]: point, unit normal; not null
   /// \param[in] radius radius of the tip
   /// \return 0, or -1 when the plane does not cut the tip: the fields then stay as they were
   int Fit_SinglePoint(const float* const point, const float* const normal, float* const plane,
                       const float& radius);
 
+  /// The result of the last successful fit.
+  ///
+  /// \param[out] circle all fields
   void getCircle(xgeofeature::XFCircle3D& circle);
 };
 

@@ -17,12 +17,12 @@ namespace xgeofit {
 /// time, different objects may run at once.
 class ZELMO_EXPORT XCylinderFit {
  public:
-  float center[3] = {};  ///< half way between base and top
+  float center[3] = {};  ///< half way between base and top, in the points' length unit
   float axis[3] = {};    ///< unit, from base to top
-  float radius = 0;
-  float height = 0;  ///< extent of the points along the axis
-  float base[3] = {};
-  float top[3] = {};
+  float radius = 0;      ///< of the compensated cylinder in the forms with a probe radius
+  float height = 0;      ///< extent of the points along the axis
+  float base[3] = {};    ///< end of the extent against the axis, on it
+  float top[3] = {};     ///< end of the extent along the axis, on it
 
   XCylinderFit();
 
@@ -36,6 +36,9 @@ class ZELMO_EXPORT XCylinderFit {
   /// The same, then compensated: the first point's normal tells whether the cylinder was touched
   /// from inside (it looks towards the axis, the radius grows) or from outside.
   ///
+  /// \param[in] points float[3 * count]: x, y, z per point
+  /// \param[in] normals float[3 * count]; only the first is read
+  /// \param[in] count number of points
   /// \param[in] radius radius of the probe's tip
   /// \param[out] compensated float[3 * count], or null: each point's place on the compensated surface
   /// \param[out] errors float[3 * count], or null: radial deviations from the compensated cylinder
@@ -44,10 +47,19 @@ class ZELMO_EXPORT XCylinderFit {
 
   /// The same, with the side told by the caller instead of by a normal.
   ///
+  /// \param[in] points float[3 * count]: x, y, z per point
+  /// \param[in] normals float[3 * count], not read; may be null
+  /// \param[in] count number of points
+  /// \param[in] radius radius of the probe's tip
+  /// \param[out] compensated float[3 * count], or null; as above
+  /// \param[out] errors float[3 * count], or null; as above
   /// \param[in] outward true: the radius grows
   int Fit(const float* points, const float* normals, const int& count, const float& radius,
           float* compensated, float* errors, bool outward);
 
+  /// The result of the last successful fit.
+  ///
+  /// \param[out] cylinder all fields
   void getCylinder(xgeofeature::XFCylinder& cylinder);
 
  private:

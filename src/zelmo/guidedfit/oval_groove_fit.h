@@ -13,8 +13,8 @@ namespace xgeofit {
 /// bounding rectangle.
 class ZELMO_EXPORT XOvalGroove2DFit {
  public:
-  float cx = 0;  ///< center
-  float cy = 0;
+  float cx = 0;            ///< x of the center, in the points' length unit, as all lengths here
+  float cy = 0;            ///< y of the center
   float halfStraight = 0;  ///< half the length of a straight side
   float radius = 0;        ///< of the end arcs
   float angle = 0;         ///< direction of the straight sides, in radians
@@ -24,7 +24,9 @@ class ZELMO_EXPORT XOvalGroove2DFit {
   /// Fits the stadium.
   ///
   /// \param[in] end1 float[2 * count1]: x, y of the points on one end arc
+  /// \param[in] count1 number of points on the first arc
   /// \param[in] end2 float[2 * count2]: x, y of the points on the other, in any order of the ends
+  /// \param[in] count2 number of points on the second arc
   /// \return 0, or -1 when either count is below 3
   int Fit(const float* end1, const int& count1, const float* end2, const int& count2);
 
@@ -43,16 +45,23 @@ class ZELMO_EXPORT XOvalGroove2DFit {
 /// probe; the fields then stay as they were and no array is written.
 class ZELMO_EXPORT XOvalGroove3DFit {
  public:
-  float center[3] = {};
-  float normal[3] = {};    ///< of the plane
-  float majorDir[3] = {};  ///< along the straight sides
-  float halfStraight = 0;
-  float radius = 0;
+  float center[3] = {};      ///< x, y, z in the points' length unit, as all lengths here
+  float normal[3] = {};      ///< of the plane
+  float majorDir[3] = {};    ///< along the straight sides
+  float halfStraight = 0;    ///< half the length of a straight side
+  float radius = 0;          ///< of the end arcs; compensated in the forms with a probe radius
   float arcCenter1[3] = {};  ///< center - majorDir * halfStraight; set by the compensated forms
   float arcCenter2[3] = {};  ///< center + majorDir * halfStraight
 
   /// Fits the outline of the points, projected on the plane.
   ///
+  /// \param[in] points1 float[3 * count1]: x, y, z per point of end 1
+  /// \param[in] normals1 float[3 * count1], not read; may be null
+  /// \param[in] count1 number of points of end 1
+  /// \param[in] points2 float[3 * count2]: x, y, z per point of end 2
+  /// \param[in] normals2 float[3 * count2], not read; may be null
+  /// \param[in] count2 number of points of end 2
+  /// \param[in] plane float[6]: point, unit normal
   /// \param[out] projected float[3 * (count1 + count2)]: the points on the plane, end 1 first; may be
   ///     null
   int Fit(const float* points1, const float* normals1, const int& count1, const float* points2,
@@ -62,6 +71,13 @@ class ZELMO_EXPORT XOvalGroove3DFit {
   /// inside (it looks towards the line through the center along the plane's normal, the radius
   /// grows) or from outside.
   ///
+  /// \param[in] points1 float[3 * count1]: x, y, z per point of end 1
+  /// \param[in] normals1 float[3 * count1]; only the first is read
+  /// \param[in] count1 number of points of end 1
+  /// \param[in] points2 float[3 * count2]: x, y, z per point of end 2
+  /// \param[in] normals2 float[3 * count2], not read; may be null
+  /// \param[in] count2 number of points of end 2
+  /// \param[in] plane float[6]: point, unit normal
   /// \param[in] radius radius of the probe's tip
   /// \param[out] compensated float[3 * (count1 + count2)], or null: projected points moved by the
   ///     radius away from, or towards, the nearer arc center; end 1 first
@@ -72,11 +88,24 @@ class ZELMO_EXPORT XOvalGroove3DFit {
 
   /// The same, with the side told by the caller instead of by a normal.
   ///
+  /// \param[in] points1 float[3 * count1]: x, y, z per point of end 1
+  /// \param[in] normals1 float[3 * count1], not read; may be null
+  /// \param[in] count1 number of points of end 1
+  /// \param[in] points2 float[3 * count2]: x, y, z per point of end 2
+  /// \param[in] normals2 float[3 * count2], not read; may be null
+  /// \param[in] count2 number of points of end 2
+  /// \param[in] plane float[6]: point, unit normal
+  /// \param[in] radius radius of the probe's tip
+  /// \param[out] compensated float[3 * (count1 + count2)], or null; as above
+  /// \param[out] errors float[3 * (count1 + count2)], or null; as above
   /// \param[in] outward true: the radius grows
   int Fit(const float* points1, const float* normals1, const int& count1, const float* points2,
           const float* normals2, const int& count2, float* const plane, const float& radius,
           float* compensated, float* errors, bool outward);
 
+  /// The result of the last successful fit.
+  ///
+  /// \param[out] groove all fields
   void getOvalGroove(xgeofeature::XFOvalGroove3D& groove);
 };
 

@@ -15,10 +15,10 @@ namespace xgeofit {
 /// A copy shares the original's minimiser; one object serves one thread at a time.
 class ZELMO_EXPORT XPlaneFit {
  public:
-  float a = 0;  ///< a x + b y + c z + d = 0, (a, b, c) unit
-  float b = 0;
-  float c = 0;
-  float d = 0;
+  float a = 0;             ///< a x + b y + c z + d = 0, (a, b, c) unit
+  float b = 0;             ///< y of the unit normal
+  float c = 0;             ///< z of the unit normal
+  float d = 0;             ///< in the points' length unit, as all lengths here
   float center[3] = {};    ///< of the bounding rectangle
   float normal[3] = {};    ///< (a, b, c)
   float majorDir[3] = {};  ///< unit, along the longer side
@@ -40,6 +40,10 @@ class ZELMO_EXPORT XPlaneFit {
 
   /// The same, then moved by the probe radius, away from the side that the first normal shows.
   ///
+  /// \param[in] points float[3 * count]: x, y, z per point
+  /// \param[in] normals float[3 * count]: as above, but not null; the first tells the side of the
+  ///     tip
+  /// \param[in] count number of points
   /// \param[in] radius radius of the probe's tip
   /// \param[out] compensated float[3 * count], or null: the points, moved with the plane
   /// \param[out] errors float[3 * count], or null: deviations from the moved plane, along its normal

@@ -15,8 +15,8 @@ namespace xgeofit {
 /// probe: the fields then stay as they were and no array is written. Coplanar points have no sphere to start from; the fields are then not to be used.
 class ZELMO_EXPORT XSphereFit {
  public:
-  float center[3] = {};
-  float radius = 0;
+  float center[3] = {};  ///< x, y, z in the points' length unit
+  float radius = 0;      ///< of the compensated sphere in the forms with a probe radius
 
   XSphereFit();
 
@@ -30,6 +30,9 @@ class ZELMO_EXPORT XSphereFit {
   /// The same, then compensated: the first point's normal tells whether the sphere was touched from
   /// inside (it looks towards the center, the radius grows) or from outside.
   ///
+  /// \param[in] points float[3 * count]: x, y, z per point
+  /// \param[in] normals float[3 * count]; only the first is read
+  /// \param[in] count number of points
   /// \param[in] radius radius of the probe's tip
   /// \param[out] compensated float[3 * count], or null: points moved by the radius
   /// \param[out] errors float[3 * count], or null: radial deviations from the compensated sphere
@@ -38,10 +41,19 @@ class ZELMO_EXPORT XSphereFit {
 
   /// The same, with the side told by the caller instead of by a normal.
   ///
+  /// \param[in] points float[3 * count]: x, y, z per point
+  /// \param[in] normals float[3 * count], not read; may be null
+  /// \param[in] count number of points
+  /// \param[in] radius radius of the probe's tip
+  /// \param[out] compensated float[3 * count], or null; as above
+  /// \param[out] errors float[3 * count], or null; as above
   /// \param[in] outward true: the radius grows
   int Fit(const float* points, const float* normals, const int& count, const float& radius,
           float* compensated, float* errors, bool outward);
 
+  /// The result of the last successful fit.
+  ///
+  /// \param[out] sphere center and radius
   void getSphere(xgeofeature::XFSphere& sphere);
 
  private:
