@@ -23,10 +23,10 @@ namespace xgeometry {
 /// A circle.
 class ZELMO_EXPORT XCicle3D : public XCurve3D {
  public:
-  float center[3];
-  float normal[3];
-  float majorDir[3];
-  float radius;
+  float center[3];    ///< x, y, z in the host's length unit, as all lengths here
+  float normal[3];    ///< unit normal of the plane
+  float majorDir[3];  ///< where the first point lies, unit
+  float radius;       ///< of the circle
 
   /// \param[in] point float[3]: the center
   /// \param[in] direction float[3]: the normal
@@ -70,11 +70,11 @@ class ZELMO_EXPORT XCicle3D : public XCurve3D {
 /// A stadium outline: two straight sides joined by half circles.
 class ZELMO_EXPORT XOvalGroove3D : public XCurve3D {
  public:
-  float center[3];
-  float normal[3];
-  float majorDir[3];
-  float halfStraight;
-  float radius;
+  float center[3];     ///< x, y, z in the host's length unit, as all lengths here
+  float normal[3];     ///< unit normal of the plane
+  float majorDir[3];   ///< unit, along the straight sides
+  float halfStraight;  ///< half the length of a straight side
+  float radius;        ///< of the half circles
 
   /// \param[in] point float[3]: the center
   /// \param[in] direction float[3]: the normal
@@ -111,11 +111,11 @@ class ZELMO_EXPORT XOvalGroove3D : public XCurve3D {
 /// A rectangle.
 class ZELMO_EXPORT XRectangle3D : public XCurve3D {
  public:
-  float center[3];
-  float normal[3];
-  float majorDir[3];
-  float halfLength;
-  float halfWidth;
+  float center[3];    ///< x, y, z in the host's length unit, as all lengths here
+  float normal[3];    ///< unit normal of the plane
+  float majorDir[3];  ///< unit, along the length
+  float halfLength;   ///< half the extent along majorDir
+  float halfWidth;    ///< half the extent across majorDir
 
   /// \param[in] point float[3]: the center
   /// \param[in] direction float[3]: the normal
@@ -149,12 +149,12 @@ class ZELMO_EXPORT XRectangle3D : public XCurve3D {
 /// A rectangle with rounded corners.
 class ZELMO_EXPORT XRoundGroove3D : public XCurve3D {
  public:
-  float center[3];
-  float normal[3];
-  float majorDir[3];
-  float halfLength;
-  float halfWidth;
-  float cornerRadius;
+  float center[3];     ///< x, y, z in the host's length unit, as all lengths here
+  float normal[3];     ///< unit normal of the plane
+  float majorDir[3];   ///< unit, along the length
+  float halfLength;    ///< half the extent along majorDir
+  float halfWidth;     ///< half the extent across majorDir
+  float cornerRadius;  ///< of the quarter circles at the corners
 
   /// \param[in] point float[3]: the center
   /// \param[in] direction float[3]: the normal

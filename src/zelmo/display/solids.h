@@ -17,10 +17,10 @@ namespace xgeometry {
 /// A cylinder.
 class ZELMO_EXPORT XCylinder : public XGeometry3D {
  public:
-  float point[3];
-  float axis[3];
-  float height;
-  float radius;
+  float point[3];  ///< center of the first ring, in the host's length unit, as all lengths here
+  float axis[3];   ///< unit, from the first ring to the second
+  float height;    ///< from the first ring to the second
+  float radius;    ///< of both rings
 
   /// \param[in] base float[3]: point, the center of the first ring
   /// \param[in] direction float[3]: the axis
@@ -41,11 +41,11 @@ class ZELMO_EXPORT XCylinder : public XGeometry3D {
 /// A truncated cone.
 class ZELMO_EXPORT XCone : public XGeometry3D {
  public:
-  float point[3];
-  float axis[3];
-  float height;
-  float firstRadius;
-  float secondRadius;
+  float point[3];      ///< center of the first ring, in the host's length unit, as all lengths here
+  float axis[3];       ///< unit, from the first ring to the second
+  float height;        ///< from the first ring to the second
+  float firstRadius;   ///< of the ring about the point
+  float secondRadius;  ///< of the ring at the height
 
   /// \param[in] base float[3]: point, the center of the first ring
   /// \param[in] direction float[3]: the axis

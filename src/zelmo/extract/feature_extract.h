@@ -167,6 +167,8 @@ class ZELMO_EXPORT XGeoFeatureExtract {
 
   /// The mean of the neighbourhood of \p point.
   ///
+  /// \param[in] point center of the neighbourhood
+  /// \param[in] radius of the neighbourhood
   /// \param[out] out sums in float, nearest point first, divided by the number of points; stays as
   ///     it is on failure
   /// \return 0; -1 when the neighbourhood is empty; -2 when \p radius is not greater than 0, which
@@ -179,6 +181,11 @@ class ZELMO_EXPORT XGeoFeatureExtract {
   /// indexResult takes the points at most \p thickness off the plane through the nominal point and
   /// at most \p radius off its normal, with normals at most \p angleDegrees off the nominal one.
   ///
+  /// \param[in] nominal the nominal point and its unit normal
+  /// \param[in] radius largest distance from the line along the normal
+  /// \param[in] thickness largest distance from the plane across the normal, on either side
+  /// \param[in] angleDegrees largest angle between a normal and the nominal one, degrees,
+  ///     0 to 90
   /// \param[out] out the mean of these points, as above, moved onto the nominal normal; stays as it
   ///     is on failure
   /// \return 0; -1 when no point is found; -2 when \p radius or \p thickness is not greater than 0

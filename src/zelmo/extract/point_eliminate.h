@@ -31,7 +31,9 @@ namespace xgeofeature {
 /// \note A point near a large triangle with ten or more small ones around may be missed.
 class ZELMO_EXPORT XGeoFeaturePointEliminate {
  public:
+  /// Positions without normals.
   using Cloud = pcl::PointCloud<pcl::PointXYZ>;
+  /// Looks up the nearest positions of a cloud, by squared distance.
   using Tree = pcl::KdTreeFLANN<pcl::PointXYZ, flann::L2_Simple<float>>;
 
   /// The candidates of the last call, in the order of its list; not a number for one outside the

@@ -47,6 +47,7 @@ class ZELMO_EXPORT XGeoTolrance {
   static double calcFlatness(const std::vector<cv::Point3_<float>>& points, double* const plane,
                              bool useSigmaBand, double sigmaFactor);
   /// \copydoc calcFlatness
+  /// \param[in] count number of points; 0 or less means none
   static double calcFlatness(const float* points, const int& count, double* const plane,
                              bool useSigmaBand, double sigmaFactor);
 
@@ -64,6 +65,7 @@ class ZELMO_EXPORT XGeoTolrance {
   static double calcStraightness(const std::vector<cv::Point3_<float>>& points, double* const line,
                                  bool useSigmaBand, double sigmaFactor);
   /// \copydoc calcStraightness
+  /// \param[in] count number of points; 0 or less means none
   static double calcStraightness(const float* points, const int& count, double* const line,
                                  bool useSigmaBand, double sigmaFactor);
 
@@ -78,6 +80,7 @@ class ZELMO_EXPORT XGeoTolrance {
   static double calcCylindricity(const std::vector<cv::Point3_<float>>& points,
                                  double* const cylinder, bool useSigmaBand, double sigmaFactor);
   /// \copydoc calcCylindricity
+  /// \param[in] count number of points; 0 or less means none
   static double calcCylindricity(const float* points, const int& count, double* const cylinder,
                                  bool useSigmaBand, double sigmaFactor);
 
@@ -91,6 +94,7 @@ class ZELMO_EXPORT XGeoTolrance {
   static double calcSphericity(const std::vector<cv::Point3_<float>>& points, double* const sphere,
                                bool useSigmaBand, double sigmaFactor);
   /// \copydoc calcSphericity
+  /// \param[in] count number of points; 0 or less means none
   static double calcSphericity(const float* points, const int& count, double* const sphere,
                                bool useSigmaBand, double sigmaFactor);
 
@@ -108,6 +112,7 @@ class ZELMO_EXPORT XGeoTolrance {
   static double calcCircularity(const std::vector<cv::Point3_<float>>& points, double* const circle,
                                 bool useSigmaBand, double sigmaFactor);
   /// \copydoc calcCircularity
+  /// \param[in] count number of points; 0 or less means none
   static double calcCircularity(const float* points, const int& count, double* const circle,
                                 bool useSigmaBand, double sigmaFactor);
 
@@ -123,6 +128,7 @@ class ZELMO_EXPORT XGeoTolrance {
                                           double* const line, double* const datum,
                                           bool useSigmaBand, double sigmaFactor);
   /// \copydoc calcParallelism_Line_Line
+  /// \param[in] count number of points; 0 or less means none
   static double calcParallelism_Line_Line(const float* points, const int& count, double* const line,
                                           double* const datum, bool useSigmaBand,
                                           double sigmaFactor);
@@ -140,6 +146,7 @@ class ZELMO_EXPORT XGeoTolrance {
                                            double* const line, double* const datum,
                                            bool useSigmaBand, double sigmaFactor);
   /// \copydoc calcParallelism_Line_Plane
+  /// \param[in] count number of points; 0 or less means none
   static double calcParallelism_Line_Plane(const float* points, const int& count,
                                            double* const line, double* const datum,
                                            bool useSigmaBand, double sigmaFactor);
@@ -156,6 +163,7 @@ class ZELMO_EXPORT XGeoTolrance {
                                             double* const plane, double* const datum,
                                             bool useSigmaBand, double sigmaFactor);
   /// \copydoc calcParallelism_Plane_Plane
+  /// \param[in] count number of points; 0 or less means none
   static double calcParallelism_Plane_Plane(const float* points, const int& count,
                                             double* const plane, double* const datum,
                                             bool useSigmaBand, double sigmaFactor);
@@ -174,6 +182,7 @@ class ZELMO_EXPORT XGeoTolrance {
                                                double* const line, double* const datum,
                                                bool useSigmaBand, double sigmaFactor);
   /// \copydoc calcPerpendicularity_Line_Line
+  /// \param[in] count number of points; 0 or less means none
   static double calcPerpendicularity_Line_Line(const float* points, const int& count,
                                                double* const line, double* const datum,
                                                bool useSigmaBand, double sigmaFactor);
@@ -190,6 +199,7 @@ class ZELMO_EXPORT XGeoTolrance {
                                                 double* const line, double* const datum,
                                                 bool useSigmaBand, double sigmaFactor);
   /// \copydoc calcPerpendicularity_Line_Plane
+  /// \param[in] count number of points; 0 or less means none
   static double calcPerpendicularity_Line_Plane(const float* points, const int& count,
                                                 double* const line, double* const datum,
                                                 bool useSigmaBand, double sigmaFactor);
@@ -211,6 +221,7 @@ class ZELMO_EXPORT XGeoTolrance {
                                                  double* const plane, double* const datum,
                                                  bool useSigmaBand, double sigmaFactor);
   /// \copydoc calcPerpendicularity_Plane_Plane
+  /// \param[in] count number of points; 0 or less means none
   static double calcPerpendicularity_Plane_Plane(const float* points, const int& count,
                                                  double* const plane, double* const datum,
                                                  bool useSigmaBand, double sigmaFactor);
@@ -229,6 +240,7 @@ class ZELMO_EXPORT XGeoTolrance {
                                   double* const feature, double* const datum, bool useSigmaBand,
                                   double sigmaFactor);
   /// \copydoc calcConcentricity
+  /// \param[in] count number of points; 0 or less means none
   static double calcConcentricity(const float* points, const int& count, double* const feature,
                                   double* const datum, bool useSigmaBand, double sigmaFactor);
 

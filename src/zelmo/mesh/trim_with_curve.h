@@ -62,10 +62,16 @@ class ZELMO_EXPORT XTrimWithCurve : public XTrim {
                      const float* faceNormals, const int* faces, const int& faceCount,
                      ModifyFaceData& result, float wallHeight, bool makeWall);
 
-  /// With a wall of height 1.
+  /// The same with a wall of height 1.
   ///
-  /// \copydetails trimWithCircle(xgeofeature::XFBase*, const float*, const int&, const float*,
-  /// const int*, const int&, ModifyFaceData&, float, bool)
+  /// \param[in] curve an xgeofeature::XFCircle3D, as above
+  /// \param[in] vertices float[3 * vertexCount]: x, y, z per vertex
+  /// \param[in] vertexCount number of vertices
+  /// \param[in] faceNormals float[3 * faceCount]: one normal per face
+  /// \param[in] faces int[3 * faceCount]: three vertex indices per face
+  /// \param[in] faceCount number of faces; 0 or less means none
+  /// \param[out] result as above
+  /// \return 0, or -1 as above
   int trimWithCircle(xgeofeature::XFBase* curve, const float* vertices, const int& vertexCount,
                      const float* faceNormals, const int* faces, const int& faceCount,
                      ModifyFaceData& result);
@@ -94,10 +100,16 @@ class ZELMO_EXPORT XTrimWithCurve : public XTrim {
                        const float* faceNormals, const int* faces, const int& faceCount,
                        ModifyFaceData& result, float wallHeight, bool makeWall);
 
-  /// With a wall of height 1.
+  /// The same with a wall of height 1.
   ///
-  /// \copydetails trimWithOvalSlot(xgeofeature::XFBase*, const float*, const int&, const float*,
-  /// const int*, const int&, ModifyFaceData&, float, bool)
+  /// \param[in] curve an xgeofeature::XFOvalGroove3D, as above
+  /// \param[in] vertices float[3 * vertexCount]: x, y, z per vertex
+  /// \param[in] vertexCount number of vertices
+  /// \param[in] faceNormals float[3 * faceCount]: one normal per face
+  /// \param[in] faces int[3 * faceCount]: three vertex indices per face
+  /// \param[in] faceCount number of faces; 0 or less means none
+  /// \param[out] result as above
+  /// \return 0, or -1 as above
   int trimWithOvalSlot(xgeofeature::XFBase* curve, const float* vertices, const int& vertexCount,
                        const float* faceNormals, const int* faces, const int& faceCount,
                        ModifyFaceData& result);

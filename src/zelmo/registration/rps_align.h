@@ -17,9 +17,9 @@ namespace xrpsalign {
 /// 00: it counts softly. 10 and 11: it does not count.
 class ZELMO_EXPORT XRPSPoint {
  public:
-  float point[3] = {};
-  float normal[3] = {};
-  unsigned char flagA = 0;
+  float point[3] = {};      ///< x, y, z in the caller's length unit
+  float normal[3] = {};     ///< for the host; no alignment reads it
+  unsigned char flagA = 0;  ///< the codes of the axes, see above
   unsigned char flagB = 0;  ///< for the host
   unsigned char flagC = 0;  ///< for the host
 
