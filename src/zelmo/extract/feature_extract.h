@@ -46,8 +46,8 @@ namespace xgeofeature {
 ///
 /// The fields are the host's to read; a host that replaces \ref cloud, \ref normals or \ref kdtree
 /// by others, of whatever size, gets a search by that tree, which ends in std::out_of_range and an
-/// empty result when the tree names a point that is not there. Coordinates changed in place are not seen before the
-/// next setData.
+/// empty result when the tree names a point that is not there. Coordinates changed in place are not
+/// seen before the next setData.
 class ZELMO_EXPORT XGeoFeatureExtract {
  public:
   /// All points in input order; null before setData.

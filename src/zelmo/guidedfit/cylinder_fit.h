@@ -12,9 +12,10 @@ namespace xgeofit {
 /// The least-squares cylinder of touch points, compensated for the radius of the probe's tip.
 ///
 /// Each of the three principal axes of the points is tried as a start, so that short wide cylinders
-/// are found as well. All forms return 0, or -1 below 6 points and where neither normals nor caller tell
-/// the side of the probe: the fields then stay as they were and no array is written. A copy shares the original's minimiser; one object serves one thread at a
-/// time, different objects may run at once.
+/// are found as well. All forms return 0, or -1 below 6 points and where neither normals nor caller
+/// tell the side of the probe: the fields then stay as they were and no array is written. A copy
+/// shares the original's minimiser; one object serves one thread at a time, different objects may
+/// run at once.
 class ZELMO_EXPORT XCylinderFit {
  public:
   float center[3] = {};  ///< half way between base and top, in the points' length unit

@@ -11,8 +11,9 @@ namespace xgeofit {
 
 /// The least-squares sphere of touch points, compensated for the radius of the probe's tip.
 ///
-/// All forms return 0, or -1 below 4 points and where neither normals nor caller tell the side of the
-/// probe: the fields then stay as they were and no array is written. Coplanar points have no sphere to start from; the fields are then not to be used.
+/// All forms return 0, or -1 below 4 points and where neither normals nor caller tell the side of
+/// the probe: the fields then stay as they were and no array is written. Coplanar points have no
+/// sphere to start from; the fields are then not to be used.
 class ZELMO_EXPORT XSphereFit {
  public:
   float center[3] = {};  ///< x, y, z in the points' length unit

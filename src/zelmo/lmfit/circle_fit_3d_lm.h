@@ -24,9 +24,10 @@ class ZELMO_EXPORT XCircleFit3DLM : public ZelmoLM {
   /// \param[in] plane float[6]: a point and a unit normal; read only, and not at all when \p fitPlane
   ///     is set
   /// \param[in] fitPlane whether the plane is fitted to the points
-  /// \return 0, or -1: count below 10, no plane, a plane fit that failed, points that span no frame in the plane,
-  ///     no start (collinear or not finite), or an exchange in which more than 0.4 of the points
-  ///     led to a circle that had to be passed over. After -1 the fields are as they were.
+  /// \return 0, or -1: count below 10, no plane, a plane fit that failed, points that span no frame
+  ///     in the plane, no start (collinear or not finite), or an exchange in which more than 0.4 of
+  ///     the points led to a circle that had to be passed over. After -1 the fields are as they
+  ///     were.
   /// \note The circle may be smaller than the largest one, by up to a third on bores with few points or
   ///     a radius of 50 and more, and now and then points lie inside it; the documents tell when.
   int Fit(const float* points, const float* normals, const int& count, float* const plane,
