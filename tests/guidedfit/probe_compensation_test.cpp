@@ -346,6 +346,8 @@ TEST(XCircle3DFitSinglePoint, IsTheSectionOfTheTip) {
     EXPECT_EQ(fit.Fit_SinglePoint(point, nullptr, plane, radius), -1);
     EXPECT_FLOAT_EQ(fit.radius, 4.0F);
   }
+  EXPECT_EQ(fit.Fit_SinglePoint(nullptr, nullptr, plane, 5.0F), -1);
+  EXPECT_EQ(fit.Fit_SinglePoint(point, nullptr, nullptr, 5.0F), -1);
 }
 
 TEST(XCircle3DFitBasic, WritesTheProjectedPoints) {

@@ -115,6 +115,7 @@ int XCircle3DFit::Fit(const float* points, const float* normals, const int& coun
 
 int XCircle3DFit::Fit_SinglePoint(const float* const point, const float* const /*normal*/,
                                   float* const plane, const float& probe_radius) {
+  if (point == nullptr || plane == nullptr) return kFailed;
   const float* n = plane + 3;
   const float height = (n[0] * point[0] + n[1] * point[1] + n[2] * point[2]) -
                        (n[0] * plane[0] + n[1] * plane[1] + n[2] * plane[2]);

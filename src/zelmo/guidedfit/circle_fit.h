@@ -87,9 +87,10 @@ class ZELMO_EXPORT XCircle3DFit {
   ///
   /// \param[in] point float[3]: center of the tip
   /// \param[in] normal float[3], not read
-  /// \param[in] plane float[6]: point, unit normal; not null
+  /// \param[in] plane float[6]: point, unit normal
   /// \param[in] radius radius of the tip
-  /// \return 0, or -1 when the plane does not cut the tip: the fields then stay as they were
+  /// \return 0, or -1 when the plane does not cut the tip, or for a null \p point or \p plane: the
+  ///     fields then stay as they were
   int Fit_SinglePoint(const float* const point, const float* const normal, float* const plane,
                       const float& radius);
 
