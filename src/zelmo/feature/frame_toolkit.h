@@ -19,12 +19,13 @@ namespace zelmo::internal {
 /// A rigid transform: row-major 4 by 4 that acts on column vectors, last row 0, 0, 0, 1.
 using Rigid = std::array<double, 16>;
 
+/// The transform that moves nothing.
 constexpr Rigid kIdentity = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
 
 /// Three planes, each a normal and a point. In an alignment the order of the planes matters.
 struct PlaneTriple {
-  std::array<cv::Vec3d, 3> normals;
-  std::array<cv::Point3d, 3> points;
+  std::array<cv::Vec3d, 3> normals;   ///< of any length
+  std::array<cv::Point3d, 3> points;  ///< one on each plane, in the order of the normals
 
   /// Three planes through one point.
   static PlaneTriple through(const cv::Point3d& point, const cv::Vec3d& n0, const cv::Vec3d& n1,
@@ -57,8 +58,8 @@ int largestComponent(const Scalar* v) {
   return largest;
 }
 
-/// A vector orthogonal to \p v, not made unit: the component of largest magnitude is solved for, the
-/// others are 1. A zero vector gives components that are not finite.
+/// A vector orthogonal to \p v, not made unit: the component of largest magnitude is solved for,
+/// the others are 1. A zero vector gives components that are not finite.
 cv::Vec3d auxiliaryVector(const cv::Vec3d& v);
 
 /// The perpendicular rule of the feature records: a unit vector orthogonal to \p n, in floats. The
@@ -95,6 +96,12 @@ enum class OppositeCross {
 
 /// Steps of an alignment, for the one caller that prints them.
 struct AlignTrace {
+  /// \var r1
+  /// turns the first source normal onto the first target normal
+  /// \var r2
+  /// turns the cross of the first two source normals, after r1, onto that of the target
+  /// \var r
+  /// r2 * r1
   cv::Matx33d r1, r2, r;
 };
 
@@ -111,8 +118,10 @@ std::optional<Rigid> worldToFrame(const cv::Point3d& origin, const cv::Vec3d& x,
 /// Inverse of a rigid transform by transposition; nothing tests that \p rigid is one.
 Rigid rigidInverse(const double* rigid);
 
-/// \p rigid applied to a point, and its rotation applied to a direction.
+/// \p rigid applied to a point.
 cv::Point3d transformPoint(const Rigid& rigid, const cv::Point3d& p);
+
+/// The rotation of \p rigid applied to a direction; the translation does not count.
 cv::Vec3d rotateDirection(const Rigid& rigid, const cv::Vec3d& v);
 
 /// The foot of \p point on the plane a, b, c, d with unit (a, b, c), computed in double and stored
