@@ -12,9 +12,13 @@ namespace xgeofeature {
 /// A measured angle.
 class ZELMO_EXPORT XAngleAttributes {
  public:
+  /// The angle, in degrees or radians as the host keeps it: the library neither fills nor converts
+  /// it.
   float angle = 0;
 
-  XAngleAttributes() = default;
+  XAngleAttributes() = default;  ///< angle 0
+
+  /// \param[in] value the angle, stored as it is
   explicit XAngleAttributes(const float& value);
 
   /// Degrees to radians.
@@ -31,13 +35,14 @@ class ZELMO_EXPORT XAngleAttributes {
   static void Radian2Angle(const float& in, float& out);
 };
 
-/// A measured distance and its parts along the axes.
+/// A measured distance and its parts along the axes, all 0 until they are assigned, in the caller's
+/// length unit.
 class ZELMO_EXPORT XDistanceAttributes {
  public:
-  float distance = 0;
-  float dx = 0;  ///< absolute difference along x
-  float dy = 0;  ///< absolute difference along y
-  float dz = 0;  ///< absolute difference along z
+  float distance = 0;  ///< distance of the two features
+  float dx = 0;        ///< absolute difference along x
+  float dy = 0;        ///< absolute difference along y
+  float dz = 0;        ///< absolute difference along z
 };
 
 }  // namespace xgeofeature

@@ -24,7 +24,8 @@ enum GeoFeatureType : int {
   GeoPolyLine = 10     ///< XFPolyLine
 };
 
-/// Base of all records: plain values of floats in the caller's length unit, copied member by member.
+/// Base of all records: plain values of floats in the caller's length unit, copied member by
+/// member.
 ///
 /// Records report no errors. A default-constructed record has all fields 0. Triples are x, y, z.
 /// Arrays and vectors that a constructor takes are read during the call only; where nothing else is
@@ -32,12 +33,13 @@ enum GeoFeatureType : int {
 /// \note The destructor is not virtual: delete a record through its own type.
 class ZELMO_EXPORT XFBase {
  public:
-  XFBase() = default;
-  XFBase(const XFBase&) = default;
-  XFBase(XFBase&&) = default;
-  XFBase& operator=(const XFBase&) = default;
-  XFBase& operator=(XFBase&&) = default;
+  XFBase() = default;                          ///< has no fields of its own
+  XFBase(const XFBase&) = default;             ///< records copy all fields
+  XFBase(XFBase&&) = default;                  ///< as the copy; XFPolyLine hands its points over
+  XFBase& operator=(const XFBase&) = default;  ///< records copy all fields
+  XFBase& operator=(XFBase&&) = default;       ///< as the copy; XFPolyLine hands its points over
 
+  /// Which kind of record this is; one value may stand for two record classes.
   virtual GeoFeatureType getFeatureType() const = 0;
 
   /// The rotation about an axis through the origin.
@@ -47,8 +49,8 @@ class ZELMO_EXPORT XFBase {
   /// \param[out] r double[9]: the 3 by 3 matrix row by row, acting on column vectors
   /// \param[in] degrees true when \p angle is in degrees, false for radians
   /// \return 0
-  /// \note A zero axis gives cos(angle) times the identity, which is no rotation. Values that are not
-  ///     finite give entries that are not finite.
+  /// \note A zero axis gives cos(angle) times the identity, which is no rotation. Values that are
+  ///     not finite give entries that are not finite.
   static int getRotationMatrix(const float* const axis, const float& angle, double* const r,
                                bool degrees);
 

@@ -16,16 +16,16 @@ namespace xgeofeature {
 /// A circle.
 class ZELMO_EXPORT XFCircle3D : public XFBase {
  public:
-  float center[3] = {};
-  float normal[3] = {};
+  float center[3] = {};    ///< the middle
+  float normal[3] = {};    ///< unit normal of the circle's plane; nothing makes it unit
   float majorDir[3] = {};  ///< a direction in the circle's plane
-  float radius = 0;
+  float radius = 0;        ///< the radius
 
-  XFCircle3D() = default;
+  XFCircle3D() = default;  ///< all fields 0
 
   /// \param[in] point float[3]: the center
-  /// \param[in] direction float[3]: the normal
-  /// \param[in] major_direction float[3]: majorDir
+  /// \param[in] direction float[3]: the normal, stored as it is
+  /// \param[in] major_direction float[3]: majorDir, stored as it is
   /// \param[in] r the radius
   XFCircle3D(const float* point, const float* direction, const float* major_direction,
              const float& r);
@@ -33,7 +33,8 @@ class ZELMO_EXPORT XFCircle3D : public XFBase {
   /// A circle whose majorDir is some unit vector orthogonal to the normal.
   ///
   /// \param[in] point float[3]: the center
-  /// \param[in] direction float[3]: the normal; a zero one gives a majorDir that is not finite
+  /// \param[in] direction float[3]: the normal, stored as it is; a zero one gives a majorDir that
+  ///     is not finite
   /// \param[in] r the radius
   XFCircle3D(const float* point, const float* direction, const float& r);
 
@@ -41,8 +42,9 @@ class ZELMO_EXPORT XFCircle3D : public XFBase {
   ///     the fields 0
   explicit XFCircle3D(const std::vector<float>& values);
 
-  GeoFeatureType getFeatureType() const override;
+  GeoFeatureType getFeatureType() const override;  ///< GeoCircle
 
+  /// The field center.
   void getCenterPoint(XFPoint& point) const;
 
   /// The normal line through the center, as long as the diameter.

@@ -12,19 +12,20 @@
 
 namespace xgeofeature {
 
-/// A cone between two flat ends.
+/// A cone between two flat ends. The base is usually the wider one and the apex lies beyond the
+/// top; where the top is wider, the half angle is negative and the apex lies beyond the base.
 class ZELMO_EXPORT XFCone : public XFBase {
  public:
-  float apex[3] = {};
-  float axis[3] = {};   ///< from base to top and on to the apex
-  float halfAngle = 0;  ///< radians: atan((baseRadius - topRadius) / height)
-  float base[3] = {};
-  float top[3] = {};
+  float apex[3] = {};    ///< the tip, where the radius is 0
+  float axis[3] = {};    ///< unit direction from base to top; nothing makes it unit
+  float halfAngle = 0;   ///< radians: atan((baseRadius - topRadius) / height)
+  float base[3] = {};    ///< middle of the end where the axis starts
+  float top[3] = {};     ///< middle of the other end
   float height = 0;      ///< distance of base and top
   float baseRadius = 0;  ///< radius at base
   float topRadius = 0;   ///< radius at top
 
-  XFCone() = default;
+  XFCone() = default;  ///< all fields 0
 
   /// \param[in] from float[3]: the base
   /// \param[in] direction float[3]: the axis, stored as it is
@@ -47,11 +48,11 @@ class ZELMO_EXPORT XFCone : public XFBase {
   ///     values; any other count leaves the fields 0
   explicit XFCone(const std::vector<float>& values);
 
-  GeoFeatureType getFeatureType() const override;
+  GeoFeatureType getFeatureType() const override;  ///< GeoCone
 
-  void getApexPoint(XFPoint& point) const;
-  void getBasePoint(XFPoint& point) const;
-  void getTopPoint(XFPoint& point) const;
+  void getApexPoint(XFPoint& point) const;  ///< the field apex
+  void getBasePoint(XFPoint& point) const;  ///< the field base
+  void getTopPoint(XFPoint& point) const;   ///< the field top
 
   /// Half way between base and top.
   void getCenterPoint(XFPoint& point) const;

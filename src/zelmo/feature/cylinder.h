@@ -16,13 +16,13 @@ namespace xgeofeature {
 class ZELMO_EXPORT XFCylinder : public XFBase {
  public:
   float center[3] = {};  ///< half way between base and top
-  float axis[3] = {};    ///< from base to top
-  float radius = 0;
-  float height = 0;  ///< distance of base and top
-  float base[3] = {};
-  float top[3] = {};
+  float axis[3] = {};    ///< unit direction from base to top; nothing makes it unit
+  float radius = 0;      ///< the radius
+  float height = 0;      ///< distance of base and top
+  float base[3] = {};    ///< middle of the end where the axis starts
+  float top[3] = {};     ///< middle of the end that the axis points to
 
-  XFCylinder() = default;
+  XFCylinder() = default;  ///< all fields 0
 
   /// \param[in] from float[3]: the base
   /// \param[in] direction float[3]: the axis, stored as it is
@@ -40,11 +40,11 @@ class ZELMO_EXPORT XFCylinder : public XFBase {
   ///     leaves the fields 0
   explicit XFCylinder(const std::vector<float>& values);
 
-  GeoFeatureType getFeatureType() const override;
+  GeoFeatureType getFeatureType() const override;  ///< GeoCylinder
 
-  void getCenterPoint(XFPoint& point) const;
-  void getBasePoint(XFPoint& point) const;
-  void getTopPoint(XFPoint& point) const;
+  void getCenterPoint(XFPoint& point) const;  ///< the field center
+  void getBasePoint(XFPoint& point) const;    ///< the field base
+  void getTopPoint(XFPoint& point) const;     ///< the field top
 
   /// The axis: center, axis and height.
   void getLine(XFLine3D2& line) const;

@@ -19,10 +19,10 @@ class XFLine3D2;
 /// A segment by its two ends.
 class ZELMO_EXPORT XFLine3D : public XFBase {
  public:
-  float start[3] = {};
-  float end[3] = {};
+  float start[3] = {};  ///< first end
+  float end[3] = {};    ///< second end
 
-  XFLine3D() = default;
+  XFLine3D() = default;  ///< all fields 0
 
   /// \param[in] from float[3]: the start
   /// \param[in] to float[3]: the end
@@ -34,10 +34,10 @@ class ZELMO_EXPORT XFLine3D : public XFBase {
   /// The ends: center minus and plus half the length along the direction, which is taken as it is.
   XFLine3D(const XFLine3D2& line);
 
-  GeoFeatureType getFeatureType() const override;
+  GeoFeatureType getFeatureType() const override;  ///< GeoLine
 
-  void getStartPoint(XFPoint& point) const;
-  void getEndPoint(XFPoint& point) const;
+  void getStartPoint(XFPoint& point) const;  ///< the field start
+  void getEndPoint(XFPoint& point) const;    ///< the field end
 
   /// The middle of the segment.
   void getCenterPoint(XFPoint& point) const;
@@ -63,7 +63,7 @@ class ZELMO_EXPORT XFLine3D2 : public XFBase {
   float dir[3] = {};     ///< unit direction; nothing makes it unit
   float length = 0;      ///< the whole length
 
-  XFLine3D2() = default;
+  XFLine3D2() = default;  ///< all fields 0
 
   /// \param[in] middle float[3]: the center
   /// \param[in] direction float[3], stored as it is
@@ -82,12 +82,13 @@ class ZELMO_EXPORT XFLine3D2 : public XFBase {
   /// \param[in] values center, dir, length: exactly 7 values; any other count leaves the fields 0
   explicit XFLine3D2(const std::vector<float>& values);
 
-  /// Middle, unit direction from start to end, and length. Ends no farther apart than 1e-6 leave the
-  /// direction their plain difference.
+  /// Middle, unit direction from start to end, and length. Ends no farther apart than 1e-6 leave
+  /// the direction their plain difference.
   XFLine3D2(const XFLine3D& line);
 
-  GeoFeatureType getFeatureType() const override;
+  GeoFeatureType getFeatureType() const override;  ///< GeoLine
 
+  /// The field center.
   void getCenterPoint(XFPoint& point) const;
 
   /// The center less half the length along the direction.

@@ -17,17 +17,17 @@ namespace xgeofeature {
 /// along majorDir by 2 radius across.
 class ZELMO_EXPORT XFOvalGroove3D : public XFBase {
  public:
-  float center[3] = {};
-  float normal[3] = {};
-  float majorDir[3] = {};  ///< direction of the long side
+  float center[3] = {};    ///< middle of the outline
+  float normal[3] = {};    ///< unit normal of its plane; nothing makes it unit
+  float majorDir[3] = {};  ///< unit direction of the long side; nothing makes it unit
   float halfStraight = 0;  ///< half the length of the straight sides
   float radius = 0;        ///< of the two end arcs
 
-  XFOvalGroove3D() = default;
+  XFOvalGroove3D() = default;  ///< all fields 0
 
   /// \param[in] point float[3]: the center
-  /// \param[in] direction float[3]: the normal
-  /// \param[in] major_direction float[3]: majorDir
+  /// \param[in] direction float[3]: the normal, stored as it is
+  /// \param[in] major_direction float[3]: majorDir, stored as it is
   /// \param[in] half_straight halfStraight
   /// \param[in] r radius
   XFOvalGroove3D(const float* point, const float* direction, const float* major_direction,
@@ -37,8 +37,9 @@ class ZELMO_EXPORT XFOvalGroove3D : public XFBase {
   ///     any other count leaves the fields 0
   explicit XFOvalGroove3D(const std::vector<float>& values);
 
-  GeoFeatureType getFeatureType() const override;
+  GeoFeatureType getFeatureType() const override;  ///< GeoOvalGroove
 
+  /// The field center.
   void getCenterPoint(XFPoint& point) const;
 
   /// The normal line through the center, as long as the shape.
@@ -57,8 +58,8 @@ class ZELMO_EXPORT XFOvalGroove3D : public XFBase {
   XFOvalGroove3D invert() const;
 
   /// Whether the sizes and each coordinate of the center differ by no more than 0.01, and normals
-  /// and majorDirs are each parallel or opposite: the absolute value of their product differs from 1
-  /// by no more than 0.02. A NaN equals nothing.
+  /// and majorDirs are each parallel or opposite: the absolute value of their product differs from
+  /// 1 by no more than 0.02. A NaN equals nothing.
   bool operator==(const XFOvalGroove3D& other);
 };
 

@@ -16,17 +16,17 @@ namespace xgeofeature {
 /// A rectangle, 2 halfLength along majorDir by 2 halfWidth across.
 class ZELMO_EXPORT XFRectangle3D : public XFBase {
  public:
-  float center[3] = {};
-  float normal[3] = {};
-  float majorDir[3] = {};  ///< direction of the long side
+  float center[3] = {};    ///< middle of the outline
+  float normal[3] = {};    ///< unit normal of its plane; nothing makes it unit
+  float majorDir[3] = {};  ///< unit direction of the long side; nothing makes it unit
   float halfLength = 0;    ///< half the side along majorDir
   float halfWidth = 0;     ///< half the side across it
 
-  XFRectangle3D() = default;
+  XFRectangle3D() = default;  ///< all fields 0
 
   /// \param[in] point float[3]: the center
-  /// \param[in] direction float[3]: the normal
-  /// \param[in] major_direction float[3]: majorDir
+  /// \param[in] direction float[3]: the normal, stored as it is
+  /// \param[in] major_direction float[3]: majorDir, stored as it is
   /// \param[in] half_length halfLength
   /// \param[in] half_width halfWidth
   XFRectangle3D(const float* point, const float* direction, const float* major_direction,
@@ -36,8 +36,9 @@ class ZELMO_EXPORT XFRectangle3D : public XFBase {
   ///     any other count leaves the fields 0
   explicit XFRectangle3D(const std::vector<float>& values);
 
-  GeoFeatureType getFeatureType() const override;
+  GeoFeatureType getFeatureType() const override;  ///< GeoRectangle
 
+  /// The field center.
   void getCenterPoint(XFPoint& point) const;
 
   /// The normal line through the center, as long as the shape.
@@ -56,8 +57,8 @@ class ZELMO_EXPORT XFRectangle3D : public XFBase {
   XFRectangle3D invert() const;
 
   /// Whether the sizes and each coordinate of the center differ by no more than 0.01, and normals
-  /// and majorDirs are each parallel or opposite: the absolute value of their product differs from 1
-  /// by no more than 0.02. A NaN equals nothing.
+  /// and majorDirs are each parallel or opposite: the absolute value of their product differs from
+  /// 1 by no more than 0.02. A NaN equals nothing.
   bool operator==(const XFRectangle3D& other);
 };
 

@@ -14,10 +14,12 @@ namespace xgeofeature {
 /// A sphere.
 class ZELMO_EXPORT XFSphere : public XFBase {
  public:
-  float center[3] = {};
-  float radius = 0;
+  float center[3] = {};  ///< the middle
+  float radius = 0;      ///< the radius
 
-  XFSphere() = default;
+  XFSphere() = default;  ///< all fields 0
+
+  /// The sphere about the point x, y, z with the radius \p r.
   XFSphere(const float& x, const float& y, const float& z, const float& r);
 
   /// \param[in] point float[3]: the center
@@ -27,8 +29,9 @@ class ZELMO_EXPORT XFSphere : public XFBase {
   /// \param[in] values center, radius: exactly 4 values; any other count leaves the fields 0
   explicit XFSphere(const std::vector<float>& values);
 
-  GeoFeatureType getFeatureType() const override;
+  GeoFeatureType getFeatureType() const override;  ///< GeoSphere
 
+  /// The field center.
   void getCenterPoint(XFPoint& point) const;
 };
 
