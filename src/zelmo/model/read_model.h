@@ -14,9 +14,9 @@ namespace xmodelfeature {
 /// from several threads: one of them works at a time, in the whole process. What OpenCASCADE throws
 /// passes to the caller.
 ///
-/// \note A damaged file can make OpenCASCADE's reader crash or run for ever, as a STEP file does whose
-///     references lead to nothing or in a circle. Files from strangers are read in a process of their
-///     own, with a limit to its time.
+/// \note A damaged file can make OpenCASCADE's reader crash or run for ever, as a STEP file does
+///     whose references lead to nothing or in a circle. Files from strangers are read in a process
+///     of their own, with a limit to its time.
 class ZELMO_EXPORT XReadModel {
  public:
   /// Reads a STEP file: all of its roots, as one shape (a compound when there are several).
@@ -31,19 +31,25 @@ class ZELMO_EXPORT XReadModel {
 
   /// Reads an IGES file: its faces, as one shape. Curves and points that stand alone are dropped.
   /// Prints nothing.
-  /// \copydetails readStepFile
+  ///
+  /// \param[in] path the file, as bytes that go to the operating system as they stand
+  /// \param[out] shape the model; stays as it is unless 1 is returned
+  /// \return as readStepFile
+  /// \note A file without faces is read all the same: 1, and a null or empty shape.
   static int readIgesFile(char* path, TopoDS_Shape& shape);
 
   /// The sum of the areas of all faces of a shape, in square length units.
   ///
-  /// \return 0 for a null shape or one without faces
+  /// \param[in] shape may be null
+  /// \return the sum, 0 for a null shape or one without faces
   /// \note A face whose area comes out negative, above 1e10, or as NaN adds nothing.
   static double getSurfaceArea(const TopoDS_Shape& shape);
 
   /// The volume that the faces of a shape enclose, in cubic length units. Negative for a shape
   /// turned inside out; faces that enclose nothing give a number without meaning.
   ///
-  /// \return 0 for a null shape
+  /// \param[in] shape may be null
+  /// \return the volume, 0 for a null shape
   static double getVolume(const TopoDS_Shape& shape);
 };
 
