@@ -13,7 +13,8 @@
 
 namespace xmodelfeature {
 
-/// The planes, spheres, cylinders and cones of a model, each with the faces that share its geometry.
+/// The planes, spheres, cylinders and cones of a model, each with the faces that share its
+/// geometry.
 ///
 /// One object serves one thread at a time. The faces in the lists keep their part of the model
 /// alive. Exceptions of the face analysis pass, and leave the lists as far as they had come.
@@ -28,13 +29,31 @@ class ZELMO_EXPORT XModel3DFeature {
 
   /// Which plane of a list a face belongs to, by geometry; the lists of faces are not looked at.
   ///
+  /// \param[in] face may be null: -1
+  /// \param[in] list the planes that are asked, from the first on
   /// \return index of the first equal plane, or -1 when the face is none or there is no equal one
   static int findOCC_Plane(const TopoDS_Face& face, const std::vector<XFPlane>& list);
-  /// \copydoc findOCC_Plane
+
+  /// Which sphere of a list a face belongs to; as findOCC_Plane.
+  ///
+  /// \param[in] face may be null: -1
+  /// \param[in] list the spheres that are asked, from the first on
+  /// \return index of the first equal sphere, or -1 when the face is none or there is no equal one
   static int findOCC_Sphere(const TopoDS_Face& face, const std::vector<XFSphere>& list);
-  /// \copydoc findOCC_Plane
+
+  /// Which cylinder of a list a face belongs to; as findOCC_Plane.
+  ///
+  /// \param[in] face may be null: -1
+  /// \param[in] list the cylinders that are asked, from the first on
+  /// \return index of the first equal cylinder, or -1 when the face is none or there is no equal
+  ///     one
   static int findOCC_Cylinder(const TopoDS_Face& face, const std::vector<XFCylinder>& list);
-  /// \copydoc findOCC_Plane
+
+  /// Which cone of a list a face belongs to; as findOCC_Plane.
+  ///
+  /// \param[in] face may be null: -1
+  /// \param[in] list the cones that are asked, from the first on
+  /// \return index of the first equal cone, or -1 when the face is none or there is no equal one
   static int findOCC_Cone(const TopoDS_Face& face, const std::vector<XFCone>& list);
 
   /// The smallest rectangle around all faces of a plane.
@@ -44,10 +63,10 @@ class ZELMO_EXPORT XModel3DFeature {
   /// \return 0, or -1 when some face is not planar: \p merged stays as it was
   static int getPlane(const XFPlane& plane, xgeofeature::XFPlane& merged);
 
-  std::vector<XFPlane> planes;
-  std::vector<XFSphere> spheres;
-  std::vector<XFCylinder> cylinders;
-  std::vector<XFCone> cones;
+  std::vector<XFPlane> planes;        ///< of all calls, in the order in which the walks met them
+  std::vector<XFSphere> spheres;      ///< of the last call, in the same order
+  std::vector<XFCylinder> cylinders;  ///< of all calls, in the same order
+  std::vector<XFCone> cones;          ///< of all calls, in the same order
 };
 
 }  // namespace xmodelfeature
