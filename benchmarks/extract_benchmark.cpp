@@ -268,7 +268,7 @@ void BM_XGeoFeatureExtract_searchBoundaryIndex(benchmark::State& state) {
 }
 BENCHMARK(BM_XGeoFeatureExtract_searchBoundaryIndex)
     ->ArgName("points")
-    ->Arg(200000)
+    ->Arg(kPoints)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
 
