@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <ctime>
-#include <iostream>
 #include <random>
 #include <thread>
 #include <vector>
@@ -15,8 +13,9 @@
 #include <pcl/point_cloud.h>
 #include <pcl/point_types.h>
 #include <pcl/segmentation/sac_segmentation.h>
-#include <unistd.h>
 #include <zelmo/zelmo.h>
+
+#include "quiet_output.h"
 
 #ifdef ZELMO_WITH_CERES
 #include <ceres/tiny_solver.h>
@@ -24,6 +23,8 @@
 #endif
 
 namespace {
+
+using zelmo::bench::QuietOutput;
 
 constexpr int kCount = 100000;
 
@@ -46,28 +47,6 @@ double wallSecondsOf(Action action) {
   action();
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
-
-// Keeps the fixed lines of the fits off the table.
-class QuietOutput {
- public:
-  QuietOutput() {
-    std::fflush(stdout);
-    m_kept = dup(1);
-    std::FILE* null = std::fopen("/dev/null", "w");
-    dup2(fileno(null), 1);
-    std::fclose(null);
-  }
-  QuietOutput(const QuietOutput&) = delete;
-  QuietOutput& operator=(const QuietOutput&) = delete;
-  ~QuietOutput() {
-    std::cout.flush();
-    dup2(m_kept, 1);
-    close(m_kept);
-  }
-
- private:
-  int m_kept;
-};
 
 struct Scan {
   std::vector<float> points, normals;

@@ -6,14 +6,13 @@
 #include <array>
 #include <cmath>
 
-#include <BRepBndLib.hxx>
 #include <BRepMesh_IncrementalMesh.hxx>
 #include <BRep_Tool.hxx>
-#include <Bnd_Box.hxx>
 #include <Poly_Triangulation.hxx>
 
 #include "outward.h"
 #include "shapes.h"
+#include "surface_mesh.h"
 
 namespace inspect {
 namespace {
@@ -66,10 +65,8 @@ void cut(std::vector<Triangle>& triangles, double limit) {
 }  // namespace
 
 void triangulate(const TopoDS_Shape& model) {
-  Bnd_Box box;
-  BRepBndLib::Add(model, box);
-  const double diagonal = box.IsVoid() ? 1.0 : std::sqrt(box.SquareExtent());
-  const BRepMesh_IncrementalMesh mesher(model, kMeshShare * diagonal, Standard_False, kMeshAngle);
+  const BRepMesh_IncrementalMesh mesher(model, kMeshShare * diagonalOf(model), Standard_False,
+                                        kMeshAngle);
 }
 
 Triangles trianglesOf(const std::vector<TopoDS_Face>& faces, double sign, int sides) {

@@ -3,6 +3,7 @@
 #include "zelmo/export/internal/feature_table.h"
 
 #include <array>
+#include <cmath>
 #include <locale>
 #include <sstream>
 
@@ -12,7 +13,6 @@ namespace zelmo::internal {
 namespace {
 
 constexpr std::size_t kColumns = 47;
-constexpr double kPi = 3.141592653589793;
 
 constexpr const char* kHeader =
     R"("type";"name";"coord-x";"coord-y";"coord-z";"coord-x2";"coord-y2";"coord-z2";)"
@@ -125,7 +125,7 @@ struct FillRow {
     row.text(kTag, "cone").triple(kFirstPoint, cone.top).triple(kSecondPoint, cone.base);
     row.triple(kDirection, to_base);
     row.number(kRadius, cone.topRadius).number(kSecondRadius, cone.baseRadius);
-    row.number(kAngle, static_cast<double>(cone.halfAngle) / kPi * 180.0);
+    row.number(kAngle, static_cast<double>(cone.halfAngle) / M_PI * 180.0);
   }
 
   void operator()(const xgeofeature::XFOvalGroove3D& groove) const {

@@ -25,7 +25,7 @@ namespace {
 
 constexpr double kPatchMargin = 0.1;  // of the parametric extent
 constexpr double kNormalTolerance = 1e-7;
-constexpr double kHalfTurn = 3.14159265358979323846;
+constexpr double kHalfTurn = M_PI;
 
 /// The surface whose type decides: what trimming was laid upon.
 Handle(Geom_Surface) untrimmed(Handle(Geom_Surface) surface) {

@@ -19,7 +19,6 @@ using namespace xmodelfeature;  // NOLINT(google-build-using-namespace): the enu
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
 constexpr double kSameRange = 1e-4;
 constexpr double kFlatCosine = 1e-6;
 constexpr double kSampleStep = 0.0625;  // of the range of a parameter
@@ -217,7 +216,7 @@ SplineOfPatch splineOf(const SurfacePatch& patch) {
   if (!out.spline.IsNull()) return out;
   if (patch.surface->DynamicType() != STANDARD_TYPE(Geom_RectangularTrimmedSurface)) return out;
   const double v = patch.bounds.vSize();
-  const bool is_part_of_turn = isAbout(v, kPi) || isAbout(v, 2 * kPi) || isAbout(v, kPi / 2);
+  const bool is_part_of_turn = isAbout(v, M_PI) || isAbout(v, 2 * M_PI) || isAbout(v, M_PI / 2);
   out.try_transposed = !is_part_of_turn && isAbout(v, 1.0) && isAbout(patch.bounds.uSize(), 1.0);
   if (!is_part_of_turn && !out.try_transposed) return out;
   try {
