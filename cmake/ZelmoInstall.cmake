@@ -26,7 +26,17 @@ string(REGEX REPLACE "/$" "" zelmo_pc_prefix "\${pcfiledir}/${zelmo_pc_prefix}")
 configure_file(cmake/zelmo.pc.in "${PROJECT_BINARY_DIR}/zelmo.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/zelmo.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
   COMPONENT dev)
-install(FILES LICENSE README.md CHANGELOG.md DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT dev)
+install(FILES README.md CHANGELOG.md DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/libzelmo-dev" COMPONENT dev)
+# Debian looks for the licence of each package under this name.
+foreach(part "library;libzelmo${PROJECT_VERSION_MAJOR}" "dev;libzelmo-dev" "tools;zelmo-tools")
+  list(GET part 0 component)
+  list(GET part 1 package)
+  install(FILES LICENSE DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/${package}" RENAME copyright
+    COMPONENT ${component})
+endforeach()
+# Another package of Debian has /usr/bin/inspect, so the installed command is zelmo-inspect.
 if(TARGET inspect)
-  install(TARGETS inspect DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
+  install(TARGETS inspect DESTINATION "${CMAKE_INSTALL_LIBEXECDIR}/zelmo" COMPONENT tools)
+  file(CREATE_LINK "../${CMAKE_INSTALL_LIBEXECDIR}/zelmo/inspect" "${PROJECT_BINARY_DIR}/zelmo-inspect" SYMBOLIC)
+  install(FILES "${PROJECT_BINARY_DIR}/zelmo-inspect" DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
 endif()

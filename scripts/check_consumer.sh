@@ -1,8 +1,8 @@
 #!/bin/sh
 # SPDX-FileCopyrightText: LibZelmo contributors
 # SPDX-License-Identifier: GPL-3.0-or-later
-# Installs a build into an empty prefix and builds and runs the host of tests/consumer against it:
-# by find_package(Zelmo), and by pkg-config without CMake.
+# Installs a build into an empty prefix and builds and runs the hosts of tests/consumer against it:
+# by find_package(Zelmo), by pkg-config without CMake, and by dlopen.
 # usage: scripts/check_consumer.sh [BUILD]   (default: build/release, built before)
 set -eu
 cd "$(dirname "$0")/.."
@@ -31,6 +31,10 @@ quietly c++ -std=c++17 "$work/consumer/consumer.cpp" -o "$work/by-pkg-config" \
   $(pkg-config --cflags --libs zelmo)
 LD_LIBRARY_PATH=$(pkg-config --variable=libdir zelmo) "$work/by-pkg-config"
 
+# A host that loads the library by name and lets it go.
+quietly c++ -std=c++17 "$work/consumer/loader.cpp" -o "$work/loader" -ldl -pthread
+"$work/loader" "$(pkg-config --variable=libdir zelmo)/libzelmo.so.0"
+
 # Every program that README and documents show.
 for page in README.md docs/*.md; do
   awk '/^```cpp/ {take = 1; next} /^```/ {take = 0} take' "$page" > "$work/sample.cpp"
@@ -41,4 +45,4 @@ for page in README.md docs/*.md; do
   echo "the program in $page compiles and runs"
 done
 
-if [ -x "$prefix/bin/inspect" ]; then quietly "$prefix/bin/inspect" --version; fi
+if [ -x "$prefix/bin/zelmo-inspect" ]; then quietly "$prefix/bin/zelmo-inspect" --version; fi

@@ -1,8 +1,9 @@
 #!/bin/sh
 # SPDX-FileCopyrightText: LibZelmo contributors
 # SPDX-License-Identifier: GPL-3.0-or-later
-# Installs the packages that `./run package` built into an empty Debian root, builds the host of
-# tests/consumer there by find_package(Zelmo) and by pkg-config, and runs it and `inspect`.
+# Installs the packages that `./run package` built into an empty Debian root, builds the hosts of
+# tests/consumer there by find_package(Zelmo), by pkg-config and by dlopen, runs them and
+# `zelmo-inspect`, and removes the packages again.
 # Needs root, debootstrap and Debian's packages over the network; takes several minutes.
 # usage: scripts/check_packages.sh [ROOT]   (default: a new root that is removed afterwards)
 set -eu
@@ -27,8 +28,13 @@ cmake --build /tmp/by-cmake
 /tmp/by-cmake/consumer
 c++ -std=c++17 /zelmo/consumer.cpp -o /tmp/by-pkg-config $(pkg-config --cflags --libs zelmo)
 /tmp/by-pkg-config
-inspect --version
-cd /tmp && inspect -o /tmp/out
+c++ -std=c++17 /zelmo/loader.cpp -o /tmp/loader -ldl -pthread
+/tmp/loader libzelmo.so.0
+zelmo-inspect --version
+cd /tmp && zelmo-inspect -o /tmp/out
+apt-get purge -y libzelmo0 libzelmo-dev zelmo-tools
+[ -z "$(find /usr -iname '*zelmo*')" ] || { find /usr -iname '*zelmo*'; exit 1; }
+echo
 INSIDE
 log=$(mktemp)
 if ! chroot "$root" sh /zelmo/check.sh > "$log" 2>&1; then
@@ -37,4 +43,5 @@ if ! chroot "$root" sh /zelmo/check.sh > "$log" 2>&1; then
   exit 1
 fi
 tail -n 3 "$log"
-echo "packages install; a host builds by find_package and by pkg-config; inspect measures its part"
+echo "packages install; hosts build by find_package, by pkg-config and by dlopen;"
+echo "zelmo-inspect measures its part; purged, nothing is left"
