@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 // Links only the shared library: a class without its export mark fails to link here.
+#include <iostream>
+
 #include <gtest/gtest.h>
 #include <zelmo/zelmo.h>
 
@@ -41,4 +43,15 @@ TEST(SharedLibrary, ExportsTheDampedFits) {
   EXPECT_EQ(zelmolm::XCylinderFitLM().Fit(nullptr, nullptr, 0, limits, none), -1);
   EXPECT_EQ(zelmolm::XConeFitLM().Fit(nullptr, nullptr, 0), -1);
   EXPECT_EQ(zelmolm::XCircleFit3DLM().Fit(nullptr, nullptr, 0, nullptr, false), -1);
+}
+
+TEST(SharedLibrary, SurvivesAStandardOutputThatThrows) {
+  struct Closed : std::streambuf {
+  } closed;  // takes nothing
+  std::streambuf* const host = std::cout.rdbuf(&closed);
+  std::cout.exceptions(std::ios::badbit);
+  xgeofeature::XGeoFeatureExtract().searchBoundaryIndex();  // prints a count
+  EXPECT_TRUE(std::cout.bad());
+  std::cout.exceptions(std::ios::goodbit);
+  std::cout.rdbuf(host);
 }

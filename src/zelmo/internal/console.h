@@ -17,9 +17,13 @@ class ConsoleText {
   ConsoleText(const ConsoleText&) = delete;
   ConsoleText& operator=(const ConsoleText&) = delete;
   ~ConsoleText() {
-    const std::string text = m_text.str();
-    std::cout.write(text.data(), static_cast<std::streamsize>(text.size()));
-    std::cout.flush();
+    // A host may have asked std::cout to throw; a line that can't be printed is no reason to end it.
+    try {
+      const std::string text = m_text.str();
+      std::cout.write(text.data(), static_cast<std::streamsize>(text.size()));
+      std::cout.flush();
+    } catch (...) {
+    }
   }
 
   template <typename Value>
