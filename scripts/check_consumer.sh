@@ -36,7 +36,7 @@ quietly c++ -std=c++17 "$work/consumer/loader.cpp" -o "$work/loader" -ldl -pthre
 "$work/loader" "$(pkg-config --variable=libdir zelmo)/libzelmo.so.0"
 
 # Every program that README and documents show.
-for page in README.md docs/*.md; do
+for page in README.md docs/*.md docs/rooms/*.md; do
   awk '/^```cpp/ {take = 1; next} /^```/ {take = 0} take' "$page" > "$work/sample.cpp"
   grep -q 'int main' "$work/sample.cpp" || continue
   # shellcheck disable=SC2046
