@@ -7,6 +7,7 @@
 #include <opencv2/core.hpp>
 #include <zelmo/export.h>
 
+/// Room [curvefit](docs/rooms/curvefit.md): flat outlines in space.
 namespace xcurve3dfit {
 
 /// Base of the fits of flat outlines: no data, only routines on planes and rigid transforms. They do

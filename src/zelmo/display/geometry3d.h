@@ -7,7 +7,7 @@
 #include <opencv2/core.hpp>
 #include <zelmo/export.h>
 
-/// Features sampled into lists of points for drawing.
+/// Room [display](docs/rooms/display.md): features sampled into lists of points for drawing.
 namespace xgeometry {
 
 /// Base of the solids: no data, no virtual operations, only routines on planes and rigid transforms.

@@ -24,6 +24,7 @@ class BRep_Builder;
 class TopoDS_Compound;
 class TopoDS_Shape;
 
+/// Room [export](docs/rooms/export.md): STEP, IGES, CSV and text out.
 namespace xexportfiles {
 
 /// The form in which a poly line is written.

@@ -18,6 +18,7 @@ namespace zelmo::internal {
 struct SearchIndex;
 }
 
+/// Room [extract](docs/rooms/extract.md): the center line of a tube.
 namespace xpolylinefit {
 
 /// Traces a tube, a bent pipe or wire, through a scanned cloud, section by section; its base part

@@ -7,6 +7,8 @@
 /// \file
 /// What all feature records have in common.
 
+/// Room [feature](docs/rooms/feature.md): records of ideal features; their constructions and dimensions
+/// (room [measure](docs/rooms/measure.md)) and searches (room [extract](docs/rooms/extract.md)).
 namespace xgeofeature {
 
 /// Tells the records apart.

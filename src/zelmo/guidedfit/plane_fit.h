@@ -7,6 +7,7 @@
 #include "zelmo/feature/plane.h"
 #include "zelmo/simplex/simplex_state.h"
 
+/// Room [guidedfit](docs/rooms/guidedfit.md): touch points, compensated for the probe.
 namespace xgeofit {
 
 /// The least-squares plane of touch points, turned the way their normals point, bounded by a

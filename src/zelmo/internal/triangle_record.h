@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+/// What belongs to no room: the version, and a record that searches over meshes share.
 namespace zelmo {
 
 /// A triangle of a mesh as the searches over meshes hold it: 13 floats.

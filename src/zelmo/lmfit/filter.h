@@ -4,6 +4,7 @@
 
 #include <zelmo/export.h>
 
+/// Room [lmfit](docs/rooms/lmfit.md): the filters of damped fits.
 namespace xfeaturefitfilter {
 
 /// What drops outlying points between the first fit and the refit.

@@ -6,6 +6,7 @@
 
 #include "zelmo/lmfit/filter.h"
 
+/// Room [lmfit](docs/rooms/lmfit.md): damped fits with filters.
 namespace zelmolm {
 
 /// The base of the fits by damped least squares.

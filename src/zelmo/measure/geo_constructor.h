@@ -4,6 +4,7 @@
 
 #include <zelmo/export.h>
 
+/// Room [measure](docs/rooms/measure.md): constructions and dimensions on arrays, tolerances.
 namespace xgeomeasure {
 
 /// Constructs features from points, lines and planes given as float arrays. Static operations, free

@@ -12,7 +12,7 @@ struct CutPoints;
 struct Segments;
 }  // namespace zelmo::internal
 
-/// Plane cuts through meshes and clouds.
+/// Room [mesh](docs/rooms/mesh.md): plane cuts through meshes and clouds.
 namespace xsection {
 
 /// Cuts a triangle mesh or a point cloud with a plane.

@@ -7,7 +7,7 @@
 #include <opencv2/core/mat.hpp>
 #include <zelmo/export.h>
 
-/// Holes and slots cut out of triangle meshes.
+/// Room [mesh](docs/rooms/mesh.md): holes and slots cut out of triangle meshes.
 namespace vorn::quil::xtirm {
 
 /// What a trim takes out of a mesh and what it adds. The host applies it: a trim never edits the

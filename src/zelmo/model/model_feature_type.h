@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+/// Room [model](docs/rooms/model.md): STEP and IGES in, and what is in them.
 namespace xmodelfeature {
 
 /// What a face or an edge of a model turned out to be. The values 6 to 9 don't occur.

@@ -9,6 +9,7 @@
 
 #include "zelmo/simplex/simplex_state.h"
 
+/// Room [registration](docs/rooms/registration.md): the rigid motion between paired points.
 namespace xrigidtransform {
 
 /// Finds the rigid motion that carries one list of points onto a second list in the same order.

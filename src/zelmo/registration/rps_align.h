@@ -8,6 +8,7 @@
 
 #include "zelmo/simplex/simplex_state.h"
 
+/// Room [registration](docs/rooms/registration.md): alignment by reference points.
 namespace xrpsalign {
 
 /// A reference point, and which of its axes locate.

@@ -8,6 +8,7 @@
 #include <gsl/gsl_multimin.h>
 #include <gsl/gsl_vector.h>
 
+/// Not for hosts: what public classes need of the kernels to have their layout.
 namespace zelmo::internal {
 
 /// What every object that fits by simplex holds, and nothing else: no result stays in it. It is the

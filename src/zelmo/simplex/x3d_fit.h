@@ -7,6 +7,7 @@
 #include <opencv2/core.hpp>
 #include <zelmo/export.h>
 
+/// Room [simplex](docs/rooms/simplex.md): fits of solids by descent.
 namespace x3dfit {
 
 /// Base of the fits by direct minimisation: no data, no virtual operations, only routines on planes
