@@ -55,8 +55,8 @@ class ZELMO_EXPORT XRoundGroove3DFit : public XCurve3DFit {
 
   /// The same, with the fitted normal turned to the side on which more measured normals lie.
   ///
-  /// \param[in] points float[3 * count]
-  /// \param[in] normals float[3 * count]; a normal across the fitted one counts against it, and a tie
+  /// \param[in] points float[3 * count]: x, y, z per point
+  /// \param[in] normals float[3 * count]; null leaves the fitted normal; a normal across the fitted one counts against it, and a tie
   ///     leaves it
   /// \param[in] count number of points and of normals
   /// \param[out] out float[12] as above

@@ -81,6 +81,7 @@ class ZELMO_EXPORT XGeoFeatureExtract {
   ///
   /// A point counts when its 20 nearest neighbours, seen along a normal estimated from the points
   /// themselves, leave a gap of more than a quarter turn. The host's normals are not used.
+  /// \note The time grows with the square of the number of coincident points: hours for a million.
   void searchBoundaryIndex();
 
   /// Points of a rectangular piece of a plane.
@@ -135,6 +136,13 @@ class ZELMO_EXPORT XGeoFeatureExtract {
   /// While it runs it writes \p gap and \p depth, each with a blank behind it, and a line end to the
   /// file "_20190125.txt" in the current directory, replacing what is there. A file that can't be
   /// written changes nothing else. Two such searches at once contend for the file.
+  ///
+  /// \param[in] circle the edge of the bore; its normal points out of the bore
+  /// \param[in] gap from the circle's plane down to the wall
+  /// \param[in] depth of the wall below the gap
+  /// \param[in] ringGap from the circle outwards to the ring; read only \p withRing, as the next
+  /// \param[in] ringWidth from the ring's inner to its outer edge
+  /// \param[in] withRing whether the ring is looked for
   /// \note No wall is found where \p depth is 0, negative or not a number.
   void searchCircle(const XFCircle3D& circle, const float& gap, const float& depth,
                     const float& ringGap, const float& ringWidth, bool withRing);
@@ -145,6 +153,12 @@ class ZELMO_EXPORT XGeoFeatureExtract {
   /// the circle, inwards or outwards, with normals at most 60 degrees off the circle's, on either
   /// side. Where \p ringGap is above the radius, everything inside the circle is taken too. With
   /// \p withRing, indexResult2 takes the ring that \ref searchCircle takes; otherwise it is empty.
+  ///
+  /// \param[in] circle the circle; its plane and radius count, its normal with either sense
+  /// \param[in] ringHalf half width of the ring along the circle
+  /// \param[in] ringGap from the circle outwards to the second ring; read also without it, see above
+  /// \param[in] ringWidth width of the second ring; read only \p withRing
+  /// \param[in] withRing whether the second ring is looked for
   /// \note With \p ringHalf above the radius the inner limit is \p ringHalf - radius.
   void searchCircle2(const XFCircle3D& circle, const float& ringHalf, const float& ringGap,
                      const float& ringWidth, bool withRing);
@@ -162,7 +176,10 @@ class ZELMO_EXPORT XGeoFeatureExtract {
   /// Points of the rectangle around a round groove, by the tests of \ref searchOvalGroove.
   void searchRoundGroove(const XFRoundGroove3D& groove);
 
-  /// All points of the neighbourhood of \p point.
+  /// All points of the neighbourhood of \p point, whatever their normals.
+  ///
+  /// \param[in] point center of the neighbourhood
+  /// \param[in] radius of the neighbourhood; 0, negative or not a number finds nothing
   void searchPoint(const XFPoint& point, const float& radius);
 
   /// The mean of the neighbourhood of \p point.

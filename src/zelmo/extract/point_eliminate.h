@@ -28,7 +28,8 @@ namespace xgeofeature {
 /// Four tasks share the work of a call and have ended when it returns, also when one of them fails
 /// (out of memory) or can't be started (std::system_error): the exception then comes out of the call,
 /// and the result stays as it was. One object serves one call at a time. It can't be copied.
-/// \note A point near a large triangle with ten or more small ones around may be missed.
+/// \note A point near a large triangle with ten or more small ones around may be missed. Triangles
+///     whose centroids coincide are all looked at for each candidate.
 class ZELMO_EXPORT XGeoFeaturePointEliminate {
  public:
   /// Positions without normals.
@@ -53,7 +54,7 @@ class ZELMO_EXPORT XGeoFeaturePointEliminate {
 
   XGeoFeaturePointEliminate() = default;
 
-  /// Does no work.
+  /// Does no work: nothing is read, and \p result stays as it is.
   /// \return -1 in every case
   int getGeoFeaturePointIndices(const boost::shared_ptr<Cloud>& cloud,
                                 const std::vector<float>& normals, const std::vector<int>& indices,

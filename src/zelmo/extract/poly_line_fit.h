@@ -61,6 +61,8 @@ class ZELMO_EXPORT XPolyLineFit : public xgeofeature::XFPolyLine {
   ///     line, or a null argument; the line is empty. -2: the ordinary end of an open tube: a later
   ///     section holds fewer than 10 points, or the line does not advance (a step not greater than
   ///     0), or has as many points as the cloud; the points found so far stay.
+  /// \note A small \p step makes many points, each with a search and a fit of its own: the time grows with
+  ///     the length of the tube over the step.
   /// \note The last point of an open tube lies in its last section, not at its very end. Whether the
   ///     fit of a section succeeded is not tested: the walk goes on with what it left.
   int Fit(const float* const start, const float* const direction, const float& step,

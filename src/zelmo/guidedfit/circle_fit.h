@@ -36,7 +36,8 @@ class ZELMO_EXPORT XCircle2DFit {
 /// for the radius of the probe's tip.
 ///
 /// All forms read the plane as float[6], point and unit normal, and return 0, or -1 below 3 points,
-/// for a plane that is null or whose normal gives no frame, for points without a circle, and where
+/// for a plane that is null or whose normal gives no frame, for points that are not finite or have no
+/// circle, and where
 /// neither normals nor caller tell the side; the fields then stay as they were and the arrays are not
 /// written, but for the projected points of points without a circle.
 class ZELMO_EXPORT XCircle3DFit {
@@ -53,6 +54,7 @@ class ZELMO_EXPORT XCircle3DFit {
   /// \param[in] count number of points
   /// \param[in] plane float[6]: point, unit normal
   /// \param[out] projected float[3 * count]: the points on the plane; may be null
+  /// \return 0; -1 as the class says
   int Fit(const float* points, const float* normals, const int& count, float* const plane,
           float* projected);
 
@@ -66,6 +68,7 @@ class ZELMO_EXPORT XCircle3DFit {
   /// \param[in] radius radius of the probe's tip
   /// \param[out] compensated float[3 * count], or null: projected points moved by the radius
   /// \param[out] errors float[3 * count], or null: radial deviations from the compensated circle
+  /// \return 0; -1 as the class says, and for null \p normals
   int Fit(const float* points, const float* normals, const int& count, float* const plane,
           const float& radius, float* compensated, float* errors);
 
@@ -79,6 +82,7 @@ class ZELMO_EXPORT XCircle3DFit {
   /// \param[out] compensated float[3 * count], or null; as above
   /// \param[out] errors float[3 * count], or null; as above
   /// \param[in] outward true: the radius grows
+  /// \return 0; -1 as the class says
   int Fit(const float* points, const float* normals, const int& count, float* const plane,
           const float& radius, float* compensated, float* errors, bool outward);
 
@@ -89,8 +93,8 @@ class ZELMO_EXPORT XCircle3DFit {
   /// \param[in] normal float[3], not read
   /// \param[in] plane float[6]: point, unit normal
   /// \param[in] radius radius of the tip
-  /// \return 0, or -1 when the plane does not cut the tip, or for a null \p point or \p plane: the
-  ///     fields then stay as they were
+  /// \return 0, or -1 when the plane does not cut the tip, for a null \p point or \p plane, and for
+  ///     numbers that are not finite: the fields then stay as they were
   int Fit_SinglePoint(const float* const point, const float* const normal, float* const plane,
                       const float& radius);
 

@@ -13,7 +13,8 @@ namespace xgeofit {
 ///
 /// Each of the three principal axes of the points is tried as a start, so that short wide cylinders
 /// are found as well. All forms return 0, or -1 below 6 points and where neither normals nor caller
-/// tell the side of the probe: the fields then stay as they were and no array is written. A copy
+/// tell the side of the probe: the fields then stay as they were and no array is written. Points that
+/// are not finite or lie on a line give 0 and fields that are not to be used. A copy
 /// shares the original's minimiser; one object serves one thread at a time, different objects may
 /// run at once.
 class ZELMO_EXPORT XCylinderFit {
@@ -30,8 +31,9 @@ class ZELMO_EXPORT XCylinderFit {
   /// Fits the cylinder.
   ///
   /// \param[in] points float[3 * count]: x, y, z per point
-  /// \param[in] normals float[3 * count], not read
-  /// \param[in] count number of points
+  /// \param[in] normals float[3 * count], not read; may be null
+  /// \param[in] count number of points, at least 6
+  /// \return 0; -1 below 6 points
   int Fit(const float* points, const float* normals, const int& count);
 
   /// The same, then compensated: the first point's normal tells whether the cylinder was touched
@@ -43,6 +45,7 @@ class ZELMO_EXPORT XCylinderFit {
   /// \param[in] radius radius of the probe's tip
   /// \param[out] compensated float[3 * count], or null: each point's place on the compensated surface
   /// \param[out] errors float[3 * count], or null: radial deviations from the compensated cylinder
+  /// \return 0; -1 below 6 points and for null \p normals
   int Fit(const float* points, const float* normals, const int& count, const float& radius,
           float* compensated, float* errors);
 
@@ -55,6 +58,7 @@ class ZELMO_EXPORT XCylinderFit {
   /// \param[out] compensated float[3 * count], or null; as above
   /// \param[out] errors float[3 * count], or null; as above
   /// \param[in] outward true: the radius grows
+  /// \return 0; -1 below 6 points
   int Fit(const float* points, const float* normals, const int& count, const float& radius,
           float* compensated, float* errors, bool outward);
 

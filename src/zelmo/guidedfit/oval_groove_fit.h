@@ -27,7 +27,9 @@ class ZELMO_EXPORT XOvalGroove2DFit {
   /// \param[in] count1 number of points on the first arc
   /// \param[in] end2 float[2 * count2]: x, y of the points on the other, in any order of the ends
   /// \param[in] count2 number of points on the second arc
-  /// \return 0, or -1 when either count is below 3
+  /// \return 0, or -1 when either count is below 3 or an array is null: the fields then stay as they
+  ///     were. Where a coordinate is not finite the start is the result, the rectangle around the
+  ///     other points.
   int Fit(const float* end1, const int& count1, const float* end2, const int& count2);
 
  private:
@@ -41,8 +43,8 @@ class ZELMO_EXPORT XOvalGroove2DFit {
 ///
 /// All forms read float[3 * count1] points on one end and float[3 * count2] on the other, and the
 /// plane as float[6], point and unit normal. They return 0, or -1 when either count is below 3, the
-/// plane is null or its normal gives no frame, or neither normals nor caller tell the side of the
-/// probe; the fields then stay as they were and no array is written.
+/// plane is null or its normal gives no frame, a point is not finite, or neither normals nor caller
+/// tell the side of the probe; the fields then stay as they were and no array is written.
 class ZELMO_EXPORT XOvalGroove3DFit {
  public:
   float center[3] = {};      ///< x, y, z in the points' length unit, as all lengths here
@@ -64,6 +66,7 @@ class ZELMO_EXPORT XOvalGroove3DFit {
   /// \param[in] plane float[6]: point, unit normal
   /// \param[out] projected float[3 * (count1 + count2)]: the points on the plane, end 1 first; may be
   ///     null
+  /// \return 0; -1 as the class says
   int Fit(const float* points1, const float* normals1, const int& count1, const float* points2,
           const float* normals2, const int& count2, float* const plane, float* projected);
 
@@ -82,6 +85,7 @@ class ZELMO_EXPORT XOvalGroove3DFit {
   /// \param[out] compensated float[3 * (count1 + count2)], or null: projected points moved by the
   ///     radius away from, or towards, the nearer arc center; end 1 first
   /// \param[out] errors float[3 * (count1 + count2)], or null: deviations from the compensated arc
+  /// \return 0; -1 as the class says, and for null \p normals1
   int Fit(const float* points1, const float* normals1, const int& count1, const float* points2,
           const float* normals2, const int& count2, float* const plane, const float& radius,
           float* compensated, float* errors);
@@ -99,6 +103,7 @@ class ZELMO_EXPORT XOvalGroove3DFit {
   /// \param[out] compensated float[3 * (count1 + count2)], or null; as above
   /// \param[out] errors float[3 * (count1 + count2)], or null; as above
   /// \param[in] outward true: the radius grows
+  /// \return 0; -1 as the class says
   int Fit(const float* points1, const float* normals1, const int& count1, const float* points2,
           const float* normals2, const int& count2, float* const plane, const float& radius,
           float* compensated, float* errors, bool outward);

@@ -31,7 +31,8 @@ class ZELMO_EXPORT XPointFit {
   /// \param[in] vertices float[3 * vertexCount]: x, y, z per vertex
   /// \param[in] vertexCount number of vertices; a face that names another index is kept in its place,
   ///     but no search finds it
-  /// \param[in] faceNormals float[3 * faceCount]: unit normal per face, used as given
+  /// \param[in] faceNormals float[3 * faceCount]: unit normal per face, used as given; with null no face
+  ///     is found
   /// \param[in] faceIndices int[3 * faceCount]: three vertex indices per face
   /// \param[in] faceCount number of faces; 0 or less gives an empty mesh
   void setData(const float* vertices, const int& vertexCount, const float* faceNormals,
@@ -43,7 +44,7 @@ class ZELMO_EXPORT XPointFit {
   /// enlarged, so that a point just past an edge still counts), and of these the one whose plane is
   /// nearest wins. The measured normal plays no part.
   ///
-  /// \param[in] point float[6]: position, normal
+  /// \param[in] point float[6]: position, normal; only the position is read
   /// \param[out] result float[6]: compensated position, normal of the face; unwritten on failure
   /// \param[in] radius radius of the probe's tip
   /// \return 0; -2 when no face is near (no mesh, or a position that is not finite); -3 when the point

@@ -13,7 +13,8 @@ namespace xgeofit {
 ///
 /// All forms return 0, or -1 below 4 points and where neither normals nor caller tell the side of
 /// the probe: the fields then stay as they were and no array is written. Coplanar points have no
-/// sphere to start from; the fields are then not to be used.
+/// sphere to start from, and points that are not finite none at all: 0 comes back with fields that are
+/// not to be used. A copy shares the original's minimiser; one object serves one thread at a time.
 class ZELMO_EXPORT XSphereFit {
  public:
   float center[3] = {};  ///< x, y, z in the points' length unit
@@ -24,8 +25,9 @@ class ZELMO_EXPORT XSphereFit {
   /// Fits the sphere.
   ///
   /// \param[in] points float[3 * count]: x, y, z per point
-  /// \param[in] normals float[3 * count], not read
-  /// \param[in] count number of points
+  /// \param[in] normals float[3 * count], not read; may be null
+  /// \param[in] count number of points, at least 4
+  /// \return 0; -1 below 4 points
   int Fit(const float* points, const float* normals, const int& count);
 
   /// The same, then compensated: the first point's normal tells whether the sphere was touched from
@@ -37,6 +39,7 @@ class ZELMO_EXPORT XSphereFit {
   /// \param[in] radius radius of the probe's tip
   /// \param[out] compensated float[3 * count], or null: points moved by the radius
   /// \param[out] errors float[3 * count], or null: radial deviations from the compensated sphere
+  /// \return 0; -1 below 4 points and for null \p normals
   int Fit(const float* points, const float* normals, const int& count, const float& radius,
           float* compensated, float* errors);
 
@@ -49,6 +52,7 @@ class ZELMO_EXPORT XSphereFit {
   /// \param[out] compensated float[3 * count], or null; as above
   /// \param[out] errors float[3 * count], or null; as above
   /// \param[in] outward true: the radius grows
+  /// \return 0; -1 below 4 points
   int Fit(const float* points, const float* normals, const int& count, const float& radius,
           float* compensated, float* errors, bool outward);
 

@@ -19,7 +19,8 @@ class ZELMO_EXPORT XCircleFit3DLM : public ZelmoLM {
   /// exchange of the three points that bear it.
   ///
   /// \param[in] points float[3 * count]: x, y, z per point
-  /// \param[in] normals float[3 * count]: measured normals; read only when \p fitPlane is set
+  /// \param[in] normals float[3 * count]: measured normals; read only when \p fitPlane is set, and null
+  ///     fails then
   /// \param[in] count number of points, at least 10
   /// \param[in] plane float[6]: a point and a unit normal; read only, and not at all when \p fitPlane
   ///     is set

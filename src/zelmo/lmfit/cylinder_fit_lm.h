@@ -37,7 +37,7 @@ class ZELMO_EXPORT XCylinderFitLM : public StagedFit<XCylinderFitLM> {
 
   /// Fits all points from a given start, without filter.
   ///
-  /// \param[in] points float[3 * count]
+  /// \param[in] points float[3 * count]: x, y, z per point
   /// \param normals not read, may be null
   /// \param[in] count number of points, at least 6
   /// \param[in] seed float[7]: a point on the axis, the axis of any length, the radius

@@ -21,7 +21,8 @@ class ZELMO_EXPORT ZelmoLM {
  protected:
   /// Drives the residuals of residualFunction to zero, by at most 10000 passes.
   ///
-  /// \param[in] points handed on to the residual function
+  /// \param[in] points float[3 * count] for the fits of this library: handed on to the residual
+  ///     function, which alone reads it
   /// \param[in] count number of residuals
   /// \param[in,out] params double[paramCount]: start, then solution
   /// \param measurements not read

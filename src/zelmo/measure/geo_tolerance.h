@@ -39,7 +39,7 @@ class ZELMO_EXPORT XGeoTolrance {
  public:
   /// Largest less smallest signed distance from a plane.
   ///
-  /// \param[in] points the points
+  /// \param[in] points the points; as array float[3 * count]: x, y, z per point
   /// \param[in] plane double[6]
   /// \param[in] useSigmaBand whether deviations outside the band are left out
   /// \param[in] sigmaFactor half width of the band in standard deviations
@@ -55,7 +55,7 @@ class ZELMO_EXPORT XGeoTolrance {
   /// from the line, negative for a point behind the line's given point along the direction, and 0
   /// for a point within 0.01 of the given point in each coordinate.
   ///
-  /// \param[in] points the points
+  /// \param[in] points the points; as array float[3 * count]: x, y, z per point
   /// \param[in] line double[6], direction unit
   /// \param[in] useSigmaBand see the class
   /// \param[in] sigmaFactor see the class
@@ -72,7 +72,7 @@ class ZELMO_EXPORT XGeoTolrance {
   /// Largest less smallest of the distances from the axis less the radius. A point within 0.01 of
   /// the axis' given point in each coordinate counts as lying on the axis.
   ///
-  /// \param[in] points the points
+  /// \param[in] points the points; as array float[3 * count]: x, y, z per point
   /// \param[in] cylinder double[7], direction unit
   /// \param[in] useSigmaBand see the class
   /// \param[in] sigmaFactor see the class
@@ -86,7 +86,7 @@ class ZELMO_EXPORT XGeoTolrance {
 
   /// Largest less smallest of the distances from the center less the radius.
   ///
-  /// \param[in] points the points
+  /// \param[in] points the points; as array float[3 * count]: x, y, z per point
   /// \param[in] sphere double[4]
   /// \param[in] useSigmaBand see the class
   /// \param[in] sigmaFactor see the class
@@ -102,7 +102,7 @@ class ZELMO_EXPORT XGeoTolrance {
   /// the points are projected on it and rounded to float, mapped to the plane's own frame, and
   /// rounded to float once more. The center is mapped as given, without projection.
   ///
-  /// \param[in] points the points
+  /// \param[in] points the points; as array float[3 * count]: x, y, z per point
   /// \param[in] circle double[7], normal unit
   /// \param[in] useSigmaBand see the class
   /// \param[in] sigmaFactor see the class
@@ -118,7 +118,7 @@ class ZELMO_EXPORT XGeoTolrance {
 
   /// Straightness about the line through the measured line's point with the datum's direction.
   ///
-  /// \param[in] points points of the measured line
+  /// \param[in] points points of the measured line; as array float[3 * count]: x, y, z per point
   /// \param[in] line double[6]: the measured line; only its point is read
   /// \param[in] datum double[6]: the datum line; only its direction is read, unit
   /// \param[in] useSigmaBand see the class
@@ -136,7 +136,7 @@ class ZELMO_EXPORT XGeoTolrance {
   /// Largest less smallest signed distance from the plane through the measured line's point with the
   /// datum's normal.
   ///
-  /// \param[in] points points of the measured line
+  /// \param[in] points points of the measured line; as array float[3 * count]: x, y, z per point
   /// \param[in] line double[6]: the measured line; only its point is read
   /// \param[in] datum double[6]: the datum plane; only its normal is read, unit
   /// \param[in] useSigmaBand see the class
@@ -153,7 +153,7 @@ class ZELMO_EXPORT XGeoTolrance {
 
   /// Flatness about the plane through the measured plane's point with the datum's normal.
   ///
-  /// \param[in] points points of the measured plane
+  /// \param[in] points points of the measured plane; as array float[3 * count]: x, y, z per point
   /// \param[in] plane double[6]: the measured plane; only its point is read
   /// \param[in] datum double[6]: the datum plane; only its normal is read, unit
   /// \param[in] useSigmaBand see the class
@@ -171,7 +171,7 @@ class ZELMO_EXPORT XGeoTolrance {
   /// Straightness about the line through the measured line's point along that direction square to
   /// the datum which lies nearest to the measured direction.
   ///
-  /// \param[in] points points of the measured line
+  /// \param[in] points points of the measured line; as array float[3 * count]: x, y, z per point
   /// \param[in] line double[6]: the measured line
   /// \param[in] datum double[6]: the datum line; only its direction is read
   /// \param[in] useSigmaBand see the class
@@ -189,7 +189,7 @@ class ZELMO_EXPORT XGeoTolrance {
 
   /// Straightness about the line through the measured line's point along the datum's normal.
   ///
-  /// \param[in] points points of the measured line
+  /// \param[in] points points of the measured line; as array float[3 * count]: x, y, z per point
   /// \param[in] line double[6]: the measured line; only its point is read
   /// \param[in] datum double[6]: the datum plane; only its normal is read, unit
   /// \param[in] useSigmaBand see the class
@@ -206,7 +206,7 @@ class ZELMO_EXPORT XGeoTolrance {
 
   /// The shorter side of the smallest rectangle around the points' projections on the datum plane.
   ///
-  /// \param[in] points points of the measured plane
+  /// \param[in] points points of the measured plane; as array float[3 * count]: x, y, z per point
   /// \param[in] plane double[6]: the measured plane; read only with \p useSigmaBand, which leaves
   ///     out points by their deviation from it
   /// \param[in] datum double[6]: the datum plane, normal unit
@@ -229,7 +229,7 @@ class ZELMO_EXPORT XGeoTolrance {
   /// The difference of the reaches ahead and behind: | |largest| - |smallest| | of the deviations
   /// from the datum axis as calcStraightness() takes them.
   ///
-  /// \param[in] points points of the measured feature
+  /// \param[in] points points of the measured feature; as array float[3 * count]: x, y, z per point
   /// \param[in] feature not read; may be null
   /// \param[in] datum double[6]: the datum axis, direction unit
   /// \param[in] useSigmaBand see the class
@@ -246,8 +246,8 @@ class ZELMO_EXPORT XGeoTolrance {
 
   /// The point where three planes meet.
   ///
-  /// \param[in] normals three normals
-  /// \param[in] points one point of each plane
+  /// \param[in] normals cv::Vec3d[3]
+  /// \param[in] points cv::Point3d[3], one on each plane
   /// \param[out] out 3 by 1 matrix of doubles; untouched on 0
   /// \return 1 with a point; 0 when the determinant of the normals is NaN or lies strictly between
   ///     -1e-6 and 1e-6
@@ -263,10 +263,10 @@ class ZELMO_EXPORT XGeoTolrance {
   /// The rigid transform that carries three source planes onto three target planes. Where the
   /// crosses of the first two normals point opposite ways it turns about the first normal.
   ///
-  /// \param[in] targetNormals three normals
-  /// \param[in] targetPoints one point of each target plane
-  /// \param[in] sourceNormals three normals
-  /// \param[in] sourcePoints one point of each source plane
+  /// \param[in] targetNormals cv::Vec3d[3]
+  /// \param[in] targetPoints cv::Point3d[3], one on each target plane
+  /// \param[in] sourceNormals cv::Vec3d[3]
+  /// \param[in] sourcePoints cv::Point3d[3], one on each source plane
   /// \param[out] rt double[16], row-major 4 by 4; untouched when the source planes, or the rotated
   ///     ones through the target points, have no single point in common
   static void alignBy3Plane(const cv::Vec3d* targetNormals, const cv::Point3d* targetPoints,

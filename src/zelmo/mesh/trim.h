@@ -32,7 +32,7 @@ class ZELMO_EXPORT XTrim {
 
   /// The rigid transform that carries three points onto three others in the sense of least squares.
   ///
-  /// \param[in] from float[9]: three points
+  /// \param[in] from float[9]: three points of x, y, z
   /// \param[in] to float[9]: the points that they go to
   /// \param[out] m double[16]
   /// \return 0
@@ -50,23 +50,23 @@ class ZELMO_EXPORT XTrim {
 
   /// A point carried by a transform.
   ///
-  /// \param[in] p float[3]
+  /// \param[in] p float[3]: x, y, z
   /// \param[in] m double[16]
-  /// \param[out] out float[3]
+  /// \param[out] out float[3]; may be \p p
   void transformPoint(const float* const p, const double* const m, float* const out);
 
   /// The first two coordinates of a point carried by a transform; its height is lost.
   ///
   /// \param[in] p float[3]
   /// \param[in] m double[16]
-  /// \param[out] out float[2]
+  /// \param[out] out float[2]: x, y; may be \p p
   void transformPoint2(const float* const p, const double* const m, float* const out);
 
   /// A point of the plane z = 0 carried by a transform.
   ///
-  /// \param[in] p float[2]
+  /// \param[in] p float[2]: x, y
   /// \param[in] m double[16]
-  /// \param[out] out float[3]
+  /// \param[out] out float[3]: x, y, z; may be \p p where that has room for it
   void transformPoint3(const float* const p, const double* const m, float* const out);
 };
 

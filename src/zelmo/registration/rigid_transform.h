@@ -45,7 +45,8 @@ class ZELMO_EXPORT XRigidTransform {
   /// points leave a freedom (they coincide or lie on a line) some rotation is taken. The means are
   /// summed in float.
   ///
-  /// \param[in] first the points that are moved
+  /// \param[in] first the points that are moved; a coordinate that is not finite gives a translation that
+  ///     is not
   /// \param[in] second where they go; of lists of different length the first points of the longer one
   ///     count
   /// \param[out] params double[6]: the motion; all 0 without points

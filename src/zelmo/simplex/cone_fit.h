@@ -60,8 +60,9 @@ class ZELMO_EXPORT XConeFit : public X3DFit {
 
   /// Fits by least squares from each of the three principal axes and keeps the best. Prints nothing.
   ///
-  /// \param[in] points float[3 * count]
-  /// \param[in] count number of points; 0 or less yields nothing useful
+  /// \param[in] points float[3 * count]: x, y, z per point
+  /// \param[in] count number of points; 0 or less yields nothing useful, as do coordinates that are not
+  ///     finite
   /// \param[in,out] params double[8]: the first seven as for Fit; the eighth stays as it is
   /// \param[in] method not used
   /// \return true in every case
@@ -72,7 +73,7 @@ class ZELMO_EXPORT XConeFit : public X3DFit {
   /// Base and top of a fitted cone: the feet of the extreme points on its axis. The axis in
   /// \p params is turned, where needed, so that it runs from the base towards the apex.
   ///
-  /// \param[in] points float[3 * count]
+  /// \param[in] points float[3 * count]: x, y, z per point; one with a NaN is passed over
   /// \param[in] count number of points; 0 or less gives ends at 1e10 from the apex
   /// \param[in,out] params double[6] or more: apex and unit axis; only the axis may change
   /// \param[out] base double[3]: the end away from the apex

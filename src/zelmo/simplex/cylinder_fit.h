@@ -56,8 +56,9 @@ class ZELMO_EXPORT XCylinderFit : public X3DFit {
 
   /// Fits by least squares from each of the three principal axes and keeps the best.
   ///
-  /// \param[in] points float[3 * count]
-  /// \param[in] count number of points; 0 or less yields nothing useful
+  /// \param[in] points float[3 * count]: x, y, z per point
+  /// \param[in] count number of points; 0 or less yields nothing useful, as do coordinates that are not
+  ///     finite
   /// \param[in,out] params double[8], as for Fit; the values brought along are not used
   /// \return true in every case
   /// \note The candidates are compared by the objective's value at its last evaluation, not by its

@@ -51,8 +51,8 @@ class ZELMO_EXPORT XLine3DFit : public X3DFit {
 
   /// The two ends of a fitted segment: the feet of the extreme points.
   ///
-  /// \param[in] points float[3 * count]
-  /// \param[in] count number of points; below 3 nothing is written
+  /// \param[in] points float[3 * count]: x, y, z per point
+  /// \param[in] count number of points; below 3 nothing is written. One with a NaN is passed over.
   /// \param[in] params double[6]: a point and the unit direction, as Fit gives them
   /// \param[out] start float[3]: the end against the direction
   /// \param[out] end float[3]: the end along the direction

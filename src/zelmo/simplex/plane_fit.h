@@ -55,7 +55,7 @@ class ZELMO_EXPORT XPlaneFit : public X3DFit {
   /// X of the local frame points to the first projected point at least 0.01 off the mean in some
   /// coordinate; where no point is, it is an axis of the world turned into the plane.
   ///
-  /// \param[in] points float[3 * count]
+  /// \param[in] points float[3 * count]: x, y, z per point
   /// \param[in] count number of points; none give four corners at the world's origin
   /// \param[in] params double[4]: a, b, c, d with |(a, b, c)| = 1
   /// \param[out] corners float[12]: four points in the local order (+, +), (-, +), (-, -), (+, -);

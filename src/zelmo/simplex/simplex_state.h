@@ -33,7 +33,7 @@ class SimplexState {
 
   /// One descent of the current objective over \p data.
   ///
-  /// \param[in] data what the objective reads; its address stays behind in the object
+  /// \param[in] data what the objective reads, of whatever form; its address stays behind in the object
   /// \param[in,out] params double[dimension], the start; the end point when the descent could begin,
   ///     and unchanged when the objective is not finite at the start
   /// \param[in] steps double[dimension], first step in each direction
@@ -41,6 +41,11 @@ class SimplexState {
   int descend(const void* data, double* params, const double* steps);
 
   /// The same with one first step for all directions.
+  ///
+  /// \param[in] data as above
+  /// \param[in,out] params double[dimension] as above, at most 8
+  /// \param[in] step first step in every direction
+  /// \return as above
   int descend(const void* data, double* params, double step);
 
  private:
