@@ -81,7 +81,7 @@ class ZELMO_EXPORT XGeoFeatureExtract {
   ///
   /// A point counts when its 20 nearest neighbours, seen along a normal estimated from the points
   /// themselves, leave a gap of more than a quarter turn. The host's normals are not used.
-  /// \note The time grows with the square of the number of coincident points: hours for a million.
+  /// Coincident points, such as a scanner's missed pixels at one place, cost no more than one.
   void searchBoundaryIndex();
 
   /// Points of a rectangular piece of a plane.
