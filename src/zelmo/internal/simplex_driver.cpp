@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <mutex>
+#include <new>
 
 #include <gsl/gsl_errno.h>
 
@@ -76,15 +77,6 @@ class Recurrence {
 
 }  // namespace
 
-std::shared_ptr<gsl_multimin_fminimizer> makeMinimiser(std::size_t dimension) {
-  return {gsl_multimin_fminimizer_alloc(gsl_multimin_fminimizer_nmsimplex, dimension),
-          gsl_multimin_fminimizer_free};
-}
-
-std::shared_ptr<gsl_vector> makeGslVector(std::size_t size) {
-  return {gsl_vector_alloc(size), gsl_vector_free};
-}
-
 GslErrorsOff::GslErrorsOff() {
   HandlerState& state = handlerState();
   const std::lock_guard<std::mutex> lock(state.mutex);
@@ -99,6 +91,20 @@ GslErrorsOff::~GslErrorsOff() {
   if (--state.users > 0) return;
   gsl_error_handler_t* const current = gsl_set_error_handler(state.host);
   if (current != state.off) gsl_set_error_handler(current);
+}
+
+std::shared_ptr<gsl_multimin_fminimizer> makeMinimiser(std::size_t dimension) {
+  const GslErrorsOff errors_off;
+  auto* const made = gsl_multimin_fminimizer_alloc(gsl_multimin_fminimizer_nmsimplex, dimension);
+  if (made == nullptr) throw std::bad_alloc();
+  return {made, gsl_multimin_fminimizer_free};
+}
+
+std::shared_ptr<gsl_vector> makeGslVector(std::size_t size) {
+  const GslErrorsOff errors_off;
+  gsl_vector* const made = gsl_vector_alloc(size);
+  if (made == nullptr) throw std::bad_alloc();
+  return {made, gsl_vector_free};
 }
 
 int descend(gsl_multimin_function* function, gsl_multimin_fminimizer* minimiser,

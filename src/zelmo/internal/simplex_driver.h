@@ -13,7 +13,7 @@
 namespace zelmo::internal {
 
 /// GSL objects with shared ownership: copies of a fit object use the same ones, and the last frees
-/// them.
+/// them. Without memory they throw std::bad_alloc; GSL's own handler would end the process.
 std::shared_ptr<gsl_multimin_fminimizer> makeMinimiser(std::size_t dimension);
 std::shared_ptr<gsl_vector> makeGslVector(std::size_t size);
 
