@@ -1,19 +1,15 @@
 // SPDX-FileCopyrightText: LibZelmo contributors
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// Searches in a scan of a million points beside PCL's radius searches with the same center and
-// radius. Each takes its turn twice in a row, so that the caches are as warm for all; the counters are
-// ratios of the fastest runs:
-//   vs_sorted, vs_unsorted   time over that of PCL's sorted and unsorted radius search
-//   hits, found              points of the neighbourhood and of the result
-// setData stands beside PCL's tree (vs_tree), the boundary index beside PCL's own estimators
-// (vs_estimators), and elimination on all processors beside the same on one (speedup).
-#include <algorithm>
+// Searches in a scan of a million points beside PCL's radius searches with the same center and radius,
+// which find the neighbourhood but pick no shape out of it.
+#include <array>
 #include <cmath>
 #include <filesystem>
 #include <functional>
-#include <iostream>
+#include <memory>
 #include <random>
+#include <string>
 #include <vector>
 
 #include <benchmark/benchmark.h>
@@ -22,14 +18,16 @@
 #include <pcl/features/normal_3d.h>
 #include <pcl/search/kdtree.h>
 #include <sched.h>
-#include <time.h>
 #include <zelmo/extract/feature_extract.h>
 #include <zelmo/extract/point_eliminate.h>
 #include <zelmo/extract/poly_line_fit.h>
 
+#include "contest.h"
+
 namespace {
 
-using namespace xgeofeature;  // NOLINT: every record is named below
+using namespace xgeofeature;   // NOLINT: every record is named below
+using namespace zelmo::bench;  // NOLINT(google-build-using-namespace): a program of its own
 using Cloud = pcl::PointCloud<pcl::PointXYZ>;
 using Tree = pcl::KdTreeFLANN<pcl::PointXYZ, flann::L2_Simple<float>>;
 
@@ -86,32 +84,13 @@ XGeoFeatureExtract& extract() {
   static XGeoFeatureExtract* object = [] {
     auto* made = new XGeoFeatureExtract;
     made->setData(scan().data(), kPoints);
+    for (int i = 0; i < kPoints; i += 20) made->indexBoundary.push_back(i);
+    // A bore wall's search writes a trace file into the current directory.
+    std::filesystem::current_path(std::filesystem::temp_directory_path());
     return made;
   }();
   return *object;
 }
-
-double secondsOf(clockid_t clock) {
-  timespec now{};
-  clock_gettime(clock, &now);
-  return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
-}
-
-/// The fastest of several runs. What runs on the caller's thread is measured by the time of that
-/// thread, so that other work on the machine disturbs the ratios less.
-struct Fastest {
-  clockid_t clock = CLOCK_THREAD_CPUTIME_ID;
-  double seconds = 1e9;
-
-  template <typename Action>
-  double run(const Action& action) {
-    const double start = secondsOf(clock);
-    action();
-    const double taken = secondsOf(clock) - start;
-    seconds = std::min(seconds, taken);
-    return taken;
-  }
-};
 
 struct Nominal {
   const char* name;
@@ -127,150 +106,177 @@ const float kBall[3] = {100, 60, 80}, kConeBase[3] = {150, 60, 60};
 std::vector<Nominal> nominals() {
   const auto root = [](double a, double b) { return std::sqrt(a * a + b * b); };
   return {
-      {"Plane40x30",
+      {"searchPlane 40 x 30",
        {100, 60, 60},
        25.0,
        [](auto& e) { e.searchPlane(XFPlane(kTop, kUp, kRight, 40, 30)); }},
-      {"Plane200x120",
+      {"searchPlane 200 x 120",
        {100, 60, 60},
        root(100, 60),
        [](auto& e) { e.searchPlane(XFPlane(kTop, kUp, kRight, 200, 120)); }},
-      {"Cylinder",
+      {"searchCylinder",
        {50, 60, 30},
        1.1 * root(30, 10),
        [](auto& e) { e.searchCylinder(XFCylinder(kBore, kUp, 10, 60)); }},
-      {"Cone",
+      {"searchCone",
        {150, 60, 70},
        1.1 * root(10, 15),
        [](auto& e) { e.searchCone(XFCone(kConeBase, kUp, 15, 5, 20)); }},
-      {"Sphere", {100, 60, 80}, 16.5, [](auto& e) { e.searchSphere(XFSphere(kBall, 15)); }},
-      {"CircleBoundary",
+      {"searchSphere", {100, 60, 80}, 16.5, [](auto& e) { e.searchSphere(XFSphere(kBall, 15)); }},
+      {"searchCircle at the boundary",
        {50, 60, 60},
        14.0,
        [](auto& e) { e.searchCircle(XFCircle3D(kBoreTop, kUp, 10)); }},
-      {"CircleBoreWall",
+      {"searchCircle on the bore wall",
        {50, 60, 54.5},
        1.1 * root(5, 10),
        [](auto& e) { e.searchCircle(XFCircle3D(kBoreTop, kUp, 10), 0.5F, 10, 1, 3, false); }},
-      {"Circle2",
+      {"searchCircle2",
        {50, 60, 60},
        14.0,
        [](auto& e) { e.searchCircle2(XFCircle3D(kBoreTop, kUp, 10), 4, 1, 3, false); }},
-      {"OvalGroove",
+      {"searchOvalGroove",
        {100, 60, 60},
        1.1 * root(20, 5),
        [](auto& e) { e.searchOvalGroove(XFOvalGroove3D(kTop, kUp, kRight, 15, 5)); }},
-      {"Rectangle",
+      {"searchRectangle",
        {100, 60, 60},
        1.1 * root(20, 10),
        [](auto& e) { e.searchRectangle(XFRectangle3D(kTop, kUp, kRight, 20, 10)); }},
-      {"RoundGroove",
+      {"searchRoundGroove",
        {100, 60, 60},
        1.1 * root(6, 4),
        [](auto& e) { e.searchRoundGroove(XFRoundGroove3D(kTop, kUp, kRight, 6, 4, 1)); }},
-      {"Point", {100, 60, 60}, 2.0, [](auto& e) { e.searchPoint(XFPoint(kTop), 2.0F); }},
-      {"PointWide", {100, 60, 60}, 20.0, [](auto& e) { e.searchPoint(XFPoint(kTop), 20.0F); }},
-      {"PointMean",
+      {"searchPoint within 2",
+       {100, 60, 60},
+       2.0,
+       [](auto& e) { e.searchPoint(XFPoint(kTop), 2.0F); }},
+      {"searchPoint within 20",
+       {100, 60, 60},
+       20.0,
+       [](auto& e) { e.searchPoint(XFPoint(kTop), 20.0F); }},
+      {"searchPoint, the mean",
        {100, 60, 60},
        5.0,
        [](auto& e) {
          XFPoint out;
          e.searchPoint(XFPoint(kTop), 5.0F, out);
        }},
-      {"PointAlongNormal",
+      {"searchPoint along a normal",
        {100, 60, 60},
        root(3, 4),
        [](auto& e) {
          XFPoint out;
          e.searchPoint(XFPointN(kTop, kUp), 3.0F, 4.0F, 30.0F, out);
        }},
-      {"WholeCloud",
+      {"searchSphere about all",
        {100, 60, 60},
        1000.0,
        [](auto& e) { e.searchSphere(XFSphere(kTop, static_cast<float>(1000.0 / 1.1))); }},
   };
 }
 
-void BM_XGeoFeatureExtract_search(benchmark::State& state, const Nominal& nominal) {
-  XGeoFeatureExtract& e = extract();
-  if (e.indexBoundary.empty()) {
-    for (int i = 0; i < kPoints; i += 20) e.indexBoundary.push_back(i);
-  }
-  const pcl::PointXYZ center(nominal.center[0], nominal.center[1], nominal.center[2]);
-  Fastest own, sorted, unsorted;
-  std::size_t hits = 0;
-  const auto peer = [&](bool in_order, Fastest& fastest) {
-    e.kdtree->setSortedResults(in_order);
-    for (int turn = 0; turn < 2; ++turn) {
-      fastest.run([&] {
-        std::vector<int> indices;
-        std::vector<float> distances;
-        hits = static_cast<std::size_t>(
-            e.kdtree->radiusSearch(center, nominal.radius, indices, distances));
-      });
-    }
+/// The squared distances of the points in reach, which lie side by side.
+Contender distancesInReach(const Nominal& nominal) {
+  const auto at = std::make_shared<std::vector<float>>();
+  const auto squared = [c = std::array<float, 3>{nominal.center[0], nominal.center[1],
+                                                 nominal.center[2]}](const float* p) {
+    return (p[0] - c[0]) * (p[0] - c[0]) + (p[1] - c[1]) * (p[1] - c[1]) +
+           (p[2] - c[2]) * (p[2] - c[2]);
   };
-  nominal.search(e);
-  for (auto _ : state) {
-    own.run([&] { nominal.search(e); });
-    state.SetIterationTime(own.run([&] { nominal.search(e); }));
-    peer(false, unsorted);
-    peer(true, sorted);
+  const auto limit = static_cast<float>(nominal.radius * nominal.radius);
+  for (std::size_t i = 0; i < scan().size(); i += 6) {
+    if (squared(&scan()[i]) <= limit) at->insert(at->end(), &scan()[i], &scan()[i] + 3);
   }
-  state.counters["hits"] = static_cast<double>(hits);
-  state.counters["found"] = static_cast<double>(e.indexResult.size());
-  state.counters["vs_sorted"] = own.seconds / sorted.seconds;
-  state.counters["vs_unsorted"] = own.seconds / unsorted.seconds;
+  return {"one distance for each point in reach", [=] {
+            int inside = 0;
+            for (std::size_t i = 0; i < at->size(); i += 3) {
+              inside += squared(&(*at)[i]) < limit ? 1 : 0;
+            }
+            benchmark::DoNotOptimize(inside);
+          }};
 }
 
-void BM_XGeoFeatureExtract_setData(benchmark::State& state) {
-  boost::shared_ptr<Cloud> cloud = extract().cloud;
-  Fastest own, tree;
-  for (auto _ : state) {
-    XGeoFeatureExtract fresh;
-    state.SetIterationTime(own.run([&] { fresh.setData(scan().data(), kPoints); }));
-    Tree peer(true);
-    tree.run([&] { peer.setInputCloud(Cloud::ConstPtr(cloud.get(), [](const Cloud*) {})); });
-  }
-  state.counters["vs_tree"] = own.seconds / tree.seconds;
+Contest search(const Nominal& nominal) {
+  XGeoFeatureExtract& e = extract();
+  const pcl::PointXYZ center(nominal.center[0], nominal.center[1], nominal.center[2]);
+  const auto radius_search = [&e, center, radius = nominal.radius](bool in_order) {
+    return [&e, center, radius, in_order] {
+      e.kdtree->setSortedResults(in_order);
+      std::vector<int> indices;
+      std::vector<float> distances;
+      benchmark::DoNotOptimize(e.kdtree->radiusSearch(center, radius, indices, distances));
+    };
+  };
+  return {[&e, nominal] { nominal.search(e); },
+          {{"PCL's radius search, sorted, no shape", radius_search(true)},
+           {"the same, not sorted", radius_search(false)}},
+          distancesInReach(nominal),
+          {}};
 }
-BENCHMARK(BM_XGeoFeatureExtract_setData)->UseManualTime()->Unit(benchmark::kMillisecond);
 
-void BM_XGeoFeatureExtract_searchBoundaryIndex(benchmark::State& state) {
-  const int count = static_cast<int>(state.range(0));
-  const auto data = partScan(count);
-  XGeoFeatureExtract e;
-  e.setData(data.data(), count);
-  const Cloud::ConstPtr cloud(e.cloud.get(), [](const Cloud*) {});
-  Fastest own, peer;
-  std::cout.setstate(std::ios::failbit);  // the line about the size stays off the table
-  for (auto _ : state) {
-    state.SetIterationTime(own.run([&] { e.searchBoundaryIndex(); }));
-    peer.run([&] {
-      const auto normals = pcl::make_shared<pcl::PointCloud<pcl::Normal>>();
-      pcl::NormalEstimation<pcl::PointXYZ, pcl::Normal> estimation;
-      estimation.setInputCloud(cloud);
-      estimation.setSearchMethod(pcl::make_shared<pcl::search::KdTree<pcl::PointXYZ>>());
-      estimation.setKSearch(20);
-      estimation.compute(*normals);
-      pcl::PointCloud<pcl::Boundary> flags;
-      pcl::BoundaryEstimation<pcl::PointXYZ, pcl::Normal, pcl::Boundary> boundary;
-      boundary.setInputCloud(cloud);
-      boundary.setInputNormals(normals);
-      boundary.setSearchMethod(pcl::make_shared<pcl::search::KdTree<pcl::PointXYZ>>());
-      boundary.setKSearch(20);
-      boundary.setAngleThreshold(static_cast<float>(CV_PI / 2));
-      boundary.compute(flags);
-    });
-  }
-  std::cout.clear();
-  state.counters["vs_estimators"] = own.seconds / peer.seconds;
+Contest dataSet() {
+  const std::vector<float>& data = scan();
+  return {[&data] { XGeoFeatureExtract().setData(data.data(), kPoints); },
+          {{"PCL's cloud, normals and tree",
+            [&data] {
+              const Cloud::Ptr cloud(new Cloud);
+              pcl::PointCloud<pcl::Normal> normals;
+              cloud->reserve(kPoints);
+              normals.reserve(kPoints);
+              for (std::size_t i = 0; i < data.size(); i += 6) {
+                cloud->push_back({data[i], data[i + 1], data[i + 2]});
+                normals.push_back({data[i + 3], data[i + 4], data[i + 5]});
+              }
+              Tree tree(true);
+              tree.setInputCloud(cloud);
+              benchmark::DoNotOptimize(normals.data());
+            }}},
+          {"PCL's tree alone",
+           [] {
+             const Cloud* cloud = extract().cloud.get();
+             Tree(true).setInputCloud(Cloud::ConstPtr(cloud, [](const Cloud*) {}));
+           }},
+          {}};
 }
-BENCHMARK(BM_XGeoFeatureExtract_searchBoundaryIndex)
-    ->ArgName("points")
-    ->Arg(kPoints)
-    ->UseManualTime()
-    ->Unit(benchmark::kMillisecond);
+
+Contest boundaryIndex(int count) {
+  const auto data = std::make_shared<std::vector<float>>(partScan(count));
+  const auto e = std::make_shared<XGeoFeatureExtract>();
+  e->setData(data->data(), count);
+  const Cloud::ConstPtr cloud(e->cloud.get(), [e](const Cloud*) {});
+  const auto normals_of = [cloud] {
+    auto normals = pcl::make_shared<pcl::PointCloud<pcl::Normal>>();
+    pcl::NormalEstimation<pcl::PointXYZ, pcl::Normal> estimation;
+    estimation.setInputCloud(cloud);
+    estimation.setSearchMethod(pcl::make_shared<pcl::search::KdTree<pcl::PointXYZ>>());
+    estimation.setKSearch(20);
+    estimation.compute(*normals);
+    return normals;
+  };
+  return {[e] { e->searchBoundaryIndex(); },
+          {{"PCL's normals and boundary estimators",
+            [=] {
+              pcl::PointCloud<pcl::Boundary> flags;
+              pcl::BoundaryEstimation<pcl::PointXYZ, pcl::Normal, pcl::Boundary> boundary;
+              boundary.setInputCloud(cloud);
+              boundary.setInputNormals(normals_of());
+              boundary.setSearchMethod(pcl::make_shared<pcl::search::KdTree<pcl::PointXYZ>>());
+              boundary.setKSearch(20);
+              boundary.setAngleThreshold(static_cast<float>(CV_PI / 2));
+              boundary.compute(flags);
+            }}},
+          {"PCL's search of 20 neighbours for each point",
+           [=] {
+             std::vector<int> indices(20);
+             std::vector<float> distances(20);
+             for (int i = 0; i < count; ++i) {
+               benchmark::DoNotOptimize(e->kdtree->nearestKSearch(
+                   (*cloud)[static_cast<std::size_t>(i)], 20, indices, distances));
+             }
+           }},
+          {}};
+}
 
 /// Keeps the threads of this process on one processor while it lives.
 class OneProcessor {
@@ -290,46 +296,41 @@ class OneProcessor {
   cpu_set_t m_before{};
 };
 
-void BM_XGeoFeaturePointEliminate(benchmark::State& state) {
-  const int candidates = static_cast<int>(state.range(0));
-  std::vector<float> corners, up;
+Contest elimination() {
+  const auto corners = std::make_shared<std::vector<float>>();
+  const auto up = std::make_shared<std::vector<float>>();
   for (int i = 0; i < 100; ++i) {
     for (int j = 0; j < 60; ++j) {
       const float x = 2.0F * static_cast<float>(i), y = 2.0F * static_cast<float>(j);
-      corners.insert(corners.end(), {x, y, 60, x + 2, y, 60, x + 2, y + 2, 60});
-      corners.insert(corners.end(), {x, y, 60, x + 2, y + 2, 60, x, y + 2, 60});
-      up.insert(up.end(), {0, 0, 1, 0, 0, 1});
+      corners->insert(corners->end(), {x, y, 60, x + 2, y, 60, x + 2, y + 2, 60});
+      corners->insert(corners->end(), {x, y, 60, x + 2, y + 2, 60, x, y + 2, 60});
+      up->insert(up->end(), {0, 0, 1, 0, 0, 1});
     }
   }
-  const int triangles = static_cast<int>(up.size() / 3);
-  XGeoFeatureExtract& e = extract();
-  std::vector<int> indices(static_cast<std::size_t>(candidates)), result;
-  for (int i = 0; i < candidates; ++i) indices[static_cast<std::size_t>(i)] = i % kPoints;
-  XGeoFeaturePointEliminate eliminate;
-  const auto run = [&] {
-    eliminate.getGeoFeaturePointIndices(e.cloud, e.normals, indices, corners.data(), triangles,
-                                        up.data(), result);
+  std::vector<int> indices(kPoints);
+  for (int i = 0; i < kPoints; ++i) indices[static_cast<std::size_t>(i)] = i;
+  const auto run = [corners, up, indices] {
+    std::vector<int> result;
+    XGeoFeaturePointEliminate().getGeoFeaturePointIndices(
+        extract().cloud, extract().normals, indices, corners->data(),
+        static_cast<int>(up->size() / 3), up->data(), result);
+    benchmark::DoNotOptimize(result.data());
   };
-  Fastest all{CLOCK_MONOTONIC}, one{CLOCK_MONOTONIC};
-  for (auto _ : state) {
-    state.SetIterationTime(all.run(run));
-    const OneProcessor alone;
-    one.run(run);
-  }
-  state.counters["kept"] = static_cast<double>(result.size());
-  state.counters["speedup"] = one.seconds / all.seconds;
+  extract();
+  return {run,
+          {{"the same on one processor",
+            [run] {
+              const OneProcessor alone;
+              run();
+            }}},
+          {},
+          {}};
 }
-BENCHMARK(BM_XGeoFeaturePointEliminate)
-    ->ArgName("candidates")
-    ->Arg(kPoints)
-    ->UseManualTime()
-    ->Unit(benchmark::kMillisecond);
 
-void BM_XPolyLineFit(benchmark::State& state) {
+Contest tube(int count) {
   std::mt19937 engine(7);
   std::uniform_real_distribution<double> unit(0, 1);
   std::vector<float> ring;
-  const int count = static_cast<int>(state.range(0));
   for (int i = 0; i < count; ++i) {
     const double turn = 2 * CV_PI * unit(engine), around = 2 * CV_PI * unit(engine);
     const cv::Vec3d out(std::cos(turn), std::sin(turn), 0);
@@ -338,23 +339,29 @@ void BM_XPolyLineFit(benchmark::State& state) {
     for (int k = 0; k < 3; ++k) ring.push_back(static_cast<float>(p[k]));
     for (int k = 0; k < 3; ++k) ring.push_back(static_cast<float>(n[k]));
   }
-  xpolylinefit::XPolyLineFit tube;
-  tube.setData(ring.data(), count);
-  const float start[3] = {100, 0, 0}, direction[3] = {0, 1, 0};
-  for (auto _ : state) benchmark::DoNotOptimize(tube.Fit(start, direction, 6, 5));
-  state.counters["line_points"] = static_cast<double>(tube.points.size());
+  const auto line = std::make_shared<xpolylinefit::XPolyLineFit>();
+  line->setData(ring.data(), count);
+  return {[line] {
+            const float start[3] = {100, 0, 0}, direction[3] = {0, 1, 0};
+            benchmark::DoNotOptimize(line->Fit(start, direction, 6, 5));
+          },
+          {},
+          {},
+          {}};
 }
-BENCHMARK(BM_XPolyLineFit)->ArgName("points")->Arg(100000)->Unit(benchmark::kMillisecond);
 
-const bool kRegistered = [] {
-  // The bore wall's search writes a trace file into the current directory.
-  std::filesystem::current_path(std::filesystem::temp_directory_path());
+[[maybe_unused]] const bool kRows = [] {
+  const std::string million = sizeText(kPoints, "points");
   for (const Nominal& nominal : nominals()) {
-    const std::string name = std::string("BM_XGeoFeatureExtract_search/") + nominal.name;
-    benchmark::RegisterBenchmark(name.c_str(), BM_XGeoFeatureExtract_search, nominal)
-        ->UseManualTime()
-        ->Unit(benchmark::kMicrosecond);
+    row(std::string("XGeoFeatureExtract.") + nominal.name, million,
+        [nominal] { return search(nominal); });
   }
+  row("XGeoFeatureExtract.setData", million, dataSet);
+  row("XGeoFeatureExtract.searchBoundaryIndex", sizeText(100000, "points"),
+      [] { return boundaryIndex(100000); });
+  row("XGeoFeaturePointEliminate.getGeoFeaturePointIndices", sizeText(kPoints, "candidates"),
+      elimination, Clock::Wall);
+  row("XPolyLineFit.Fit", sizeText(100000, "points"), [] { return tube(100000); });
   return true;
 }();
 

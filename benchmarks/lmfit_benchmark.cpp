@@ -1,9 +1,11 @@
 // SPDX-FileCopyrightText: LibZelmo contributors
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <algorithm>
-#include <chrono>
+
+// Damped least squares beside Ceres' small solver on the same data from the same start, and beside the
+// bare passes over the points that its steps can't do without.
 #include <cmath>
-#include <ctime>
+#include <functional>
+#include <memory>
 #include <random>
 #include <thread>
 #include <vector>
@@ -15,44 +17,25 @@
 #include <pcl/segmentation/sac_segmentation.h>
 #include <zelmo/zelmo.h>
 
-#include "quiet_output.h"
-
-#ifdef ZELMO_WITH_CERES
-#include <ceres/tiny_solver.h>
-#include <ceres/tiny_solver_autodiff_function.h>
-#endif
+#include "contest.h"
+#include "descent.h"
+#include "floors.h"
+#include "shape_models.h"
 
 namespace {
 
-using zelmo::bench::QuietOutput;
+using namespace zelmo::bench;  // NOLINT(google-build-using-namespace): a program of its own
 
 constexpr int kCount = 100000;
-
-// Processor time of this thread: other work on the machine stays out of the ratios.
-template <typename Action>
-double secondsOf(Action action) {
-  const auto now = [] {
-    timespec t{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-    return static_cast<double>(t.tv_sec) + 1e-9 * static_cast<double>(t.tv_nsec);
-  };
-  const double start = now();
-  action();
-  return now() - start;
-}
-
-template <typename Action>
-double wallSecondsOf(Action action) {
-  const auto start = std::chrono::steady_clock::now();
-  action();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
+constexpr double kMiddle[3] = {10, -20, 30}, kAxis[3] = {0.36, 0.48, 0.8};
+constexpr double kAcross1[3] = {0.8, -0.6, 0.0}, kAcross2[3] = {0.48, 0.64, -0.6};
 
 struct Scan {
   std::vector<float> points, normals;
+  int count() const { return static_cast<int>(points.size() / 3); }
 };
 
-// Each shape: parameters of the solver, a point with normal, and its residual.
+// Each shape: the solver's parameters and start, a point with its normal, and its residual.
 struct Plane {
   static constexpr int kParams = 4;
   static constexpr auto kFunction = zelmolm::XPlaneFitLM::Fit_Function;
@@ -66,17 +49,7 @@ struct Plane {
     n[2] = 1;
   }
   template <typename T>
-  struct Model {
-    explicit Model(const T* p) {
-      using std::sqrt;
-      const T scale = 1.0 / sqrt(p[0] * p[0] + p[1] * p[1] + p[2] * p[2]);
-      for (int i = 0; i < 4; ++i) q[i] = p[i] * scale;
-    }
-    T operator()(double x, double y, double z) const {
-      return q[0] * x + q[1] * y + q[2] * z + q[3];
-    }
-    T q[4];
-  };
+  using Model = PlaneModel<T>;
 };
 
 struct Sphere {
@@ -89,53 +62,14 @@ struct Sphere {
     const double a = 2 * M_PI * u();
     const double s = std::sqrt(1 - z * z);
     const double d[3] = {s * std::cos(a), s * std::sin(a), z};
-    const double c[3] = {10, -20, 30};
     for (int i = 0; i < 3; ++i) {
       n[i] = static_cast<float>(d[i]);
-      p[i] = static_cast<float>(c[i] + (25 + noise) * d[i]);
+      p[i] = static_cast<float>(kMiddle[i] + (25 + noise) * d[i]);
     }
   }
   template <typename T>
-  struct Model {
-    explicit Model(const T* p) : q{p[0], p[1], p[2], p[3]} {}
-    T operator()(double x, double y, double z) const {
-      using std::sqrt;
-      const T dx = x - q[0];
-      const T dy = y - q[1];
-      const T dz = z - q[2];
-      return sqrt(dx * dx + dy * dy + dz * dz) - q[3];
-    }
-    T q[4];
-  };
+  using Model = SphereModel<T>;
 };
-
-// Point and direction of an axis, for cylinder and cone.
-template <typename T>
-struct Axis {
-  explicit Axis(const T* p) : o{p[0], p[1], p[2]} {
-    using std::sqrt;
-    const T scale = 1.0 / sqrt(p[3] * p[3] + p[4] * p[4] + p[5] * p[5]);
-    for (int i = 0; i < 3; ++i) u[i] = p[3 + i] * scale;
-  }
-  T distance(double x, double y, double z) const {
-    using std::sqrt;
-    const T dx = x - o[0];
-    const T dy = y - o[1];
-    const T dz = z - o[2];
-    const T cx = dy * u[2] - dz * u[1];
-    const T cy = dz * u[0] - dx * u[2];
-    const T cz = dx * u[1] - dy * u[0];
-    return sqrt(cx * cx + cy * cy + cz * cz);
-  }
-  T along(double x, double y, double z) const {
-    return (x - o[0]) * u[0] + (y - o[1]) * u[1] + (z - o[2]) * u[2];
-  }
-  T o[3], u[3];
-};
-
-constexpr double kAxis[3] = {0.36, 0.48, 0.8};
-constexpr double kAcross1[3] = {0.8, -0.6, 0.0};
-constexpr double kAcross2[3] = {0.48, 0.64, -0.6};
 
 struct Cylinder {
   static constexpr int kParams = 7;
@@ -145,20 +79,14 @@ struct Cylinder {
   static void at(Random& u, double noise, float* p, float* n) {
     const double t = 60 * u() - 30;
     const double a = 2 * M_PI * u();
-    const double c[3] = {10, -20, 30};
     for (int i = 0; i < 3; ++i) {
       const double d = std::cos(a) * kAcross1[i] + std::sin(a) * kAcross2[i];
       n[i] = static_cast<float>(d);
-      p[i] = static_cast<float>(c[i] + t * kAxis[i] + (15 + noise) * d);
+      p[i] = static_cast<float>(kMiddle[i] + t * kAxis[i] + (15 + noise) * d);
     }
   }
   template <typename T>
-  struct Model {
-    explicit Model(const T* p) : axis(p), r(p[6]) {}
-    T operator()(double x, double y, double z) const { return axis.distance(x, y, z) - r; }
-    Axis<T> axis;
-    T r;
-  };
+  using Model = CylinderModel<T>;
 };
 
 struct Cone {
@@ -169,43 +97,31 @@ struct Cone {
   static void at(Random& u, double noise, float* p, float* n) {
     const double t = 20 + 40 * u();
     const double a = 2 * M_PI * u();
-    const double c[3] = {10, -20, 30};
     for (int i = 0; i < 3; ++i) {
       const double d = std::cos(a) * kAcross1[i] + std::sin(a) * kAcross2[i];
       n[i] = static_cast<float>(d * std::cos(0.3) - kAxis[i] * std::sin(0.3));
-      p[i] = static_cast<float>(c[i] + t * kAxis[i] + (t * std::tan(0.3) + noise) * d);
+      p[i] = static_cast<float>(kMiddle[i] + t * kAxis[i] + (t * std::tan(0.3) + noise) * d);
     }
   }
   template <typename T>
-  struct Model {
-    explicit Model(const T* p) : axis(p) {
-      using std::tan;
-      slope = tan(p[6]);
-    }
-    T operator()(double x, double y, double z) const {
-      using std::abs;
-      return axis.distance(x, y, z) - abs(axis.along(x, y, z)) * slope;
-    }
-    Axis<T> axis;
-    T slope;
-  };
+  using Model = ConeModel<T>;
 };
 
 template <typename Shape>
-Scan scanOf(int count, unsigned seed = 1) {
-  std::mt19937_64 random(seed);
+std::shared_ptr<Scan> scanOf(int count) {
+  std::mt19937_64 random(1);
   std::normal_distribution<double> noise(0, 0.01);
   const auto u = [&] { return std::uniform_real_distribution<double>()(random); };
-  Scan scan;
-  scan.points.resize(3 * static_cast<std::size_t>(count));
-  scan.normals.resize(scan.points.size());
-  for (std::size_t i = 0; i < scan.points.size(); i += 3) {
-    Shape::at(u, noise(random), &scan.points[i], &scan.normals[i]);
+  auto scan = std::make_shared<Scan>();
+  scan->points.resize(3 * static_cast<std::size_t>(count));
+  scan->normals.resize(scan->points.size());
+  for (std::size_t i = 0; i < scan->points.size(); i += 3) {
+    Shape::at(u, noise(random), &scan->points[i], &scan->normals[i]);
   }
   return scan;
 }
 
-// The solver call alone, with the shape's own residual function.
+// The solver alone, with the shape's own residual function.
 template <typename Shape>
 class Solve : public zelmolm::ZelmoLM {
  public:
@@ -213,8 +129,7 @@ class Solve : public zelmolm::ZelmoLM {
   // Passes, or -1.
   int run(const Scan& scan, std::vector<double>& p) {
     s_calls = 0;
-    return Fit_LM(scan.points.data(), static_cast<int>(scan.points.size() / 3), p.data(), nullptr,
-                  Shape::kParams);
+    return Fit_LM(scan.points.data(), scan.count(), p.data(), nullptr, Shape::kParams);
   }
   static long calls() { return s_calls; }
 
@@ -243,8 +158,7 @@ class BareLoops {
     double g[kM] = {};
     double error = 0;
     for (std::size_t i = 0; i < m_n; ++i) {
-      const float* q = &m_points[3 * i];
-      const double f = model(q[0], q[1], q[2]);
+      const double f = model(&m_points[3 * i]);
       error += f * f;
       double* row = &m_j[kM * i];
       double predicted = 0;
@@ -266,8 +180,7 @@ class BareLoops {
   void column(const std::vector<double>& p, int j) {
     const typename Shape::template Model<double> model(p.data());
     for (std::size_t i = 0; i < m_n; ++i) {
-      const float* q = &m_points[3 * i];
-      m_j[kM * i + static_cast<std::size_t>(j)] = (model(q[0], q[1], q[2]) - m_f[i]) * 1e3;
+      m_j[kM * i + static_cast<std::size_t>(j)] = (model(&m_points[3 * i]) - m_f[i]) * 1e3;
     }
   }
 
@@ -277,178 +190,129 @@ class BareLoops {
   std::vector<double> m_f, m_j;
 };
 
-// Solver and plain loops with the same number of passes and of difference columns, by turns.
+/// As many passes and difference columns as a solve takes, and the memory that they can't leave out.
 template <typename Shape>
-void BM_SolvePerPass(benchmark::State& state) {
-  const Scan scan = scanOf<Shape>(kCount);
-  Solve<Shape> solve;
-  BareLoops<Shape> bare(scan);
-  const std::vector<double> step(Shape::kParams, 1e-6);
-  double best = 1e9;
-  double best_bare = 1e9;
-  int passes = 0;
-  long columns = 0;
-  for (auto _ : state) {
-    auto p = Shape::seed();
-    const double seconds = secondsOf([&] { passes = solve.run(scan, p); });
-    columns = Solve<Shape>::calls() - 1 - passes;
-    best = std::min(best, seconds);
-    state.PauseTiming();
-    best_bare = std::min(best_bare, secondsOf([&] {
-                           for (int k = 0; k <= passes; ++k) {
-                             benchmark::DoNotOptimize(bare.pass(p, step.data()));
-                           }
-                           for (long c = 0; c < columns; ++c) {
-                             bare.column(p, static_cast<int>(c % Shape::kParams));
-                           }
-                         }));
-    state.ResumeTiming();
-  }
-  state.counters["passes"] = passes;
-  state.counters["difference_columns"] = static_cast<double>(columns);
-  state.counters["ms"] = best * 1e3;
-  state.counters["ms_per_pass"] = best * 1e3 / (passes + 1);
-  state.counters["over_bare_loop"] = best / best_bare;
+void addPasses(Contest& contest, const std::shared_ptr<Scan>& scan) {
+  auto p = Shape::seed();
+  const int passes = Solve<Shape>().run(*scan, p);
+  const long columns = Solve<Shape>::calls() - 1 - passes;
+  const auto jacobian =
+      std::make_shared<std::vector<float>>(2 * std::size_t{kCount} * Shape::kParams);
+  contest.attainable = {"reading the Jacobian once in each pass", [=] {
+                          for (int k = 0; k <= passes; ++k) {
+                            benchmark::DoNotOptimize(readAll(jacobian->data(), jacobian->size()));
+                          }
+                        }};
+  const auto bare = std::make_shared<BareLoops<Shape>>(*scan);
+  contest.peers.push_back({"the same passes in plain loops", [=] {
+                             const std::vector<double> step(Shape::kParams, 1e-6);
+                             for (int k = 0; k <= passes; ++k)
+                               benchmark::DoNotOptimize(bare->pass(p, step.data()));
+                             for (long c = 0; c < columns; ++c)
+                               bare->column(p, static_cast<int>(c % Shape::kParams));
+                           }});
 }
 
-#ifdef ZELMO_WITH_CERES
 template <typename Shape>
-struct CeresFunctor {
-  const Scan& scan;
-  int NumResiduals() const { return static_cast<int>(scan.points.size() / 3); }
-  template <typename T>
-  bool operator()(const T* const p, T* out) const {
-    const typename Shape::template Model<T> model(p);
-    const int n = NumResiduals();
-    for (int i = 0; i < n; ++i) {
-      const float* q = &scan.points[3 * static_cast<std::size_t>(i)];
-      out[i] = model(q[0], q[1], q[2]);
+Contest solve() {
+  const auto scan = scanOf<Shape>(kCount);
+  const auto solver = std::make_shared<Solve<Shape>>();
+  Contest contest;
+  contest.library = [scan, solver] {
+    auto p = Shape::seed();
+    benchmark::DoNotOptimize(solver->run(*scan, p));
+  };
+#ifdef ZELMO_WITH_CERES
+  contest.peers.push_back(
+      {"Ceres' TinySolver, automatic derivatives", [scan] {
+         benchmark::DoNotOptimize(
+             tinySolver<Shape::template Model, Shape::kParams, 3>(scan->points, Shape::seed()));
+       }});
+#endif
+  addPasses<Shape>(contest, scan);
+  return contest;
+}
+
+struct PclCylinder {
+  pcl::PointCloud<pcl::PointXYZ>::Ptr cloud{new pcl::PointCloud<pcl::PointXYZ>};
+  pcl::PointCloud<pcl::Normal>::Ptr normals{new pcl::PointCloud<pcl::Normal>};
+
+  explicit PclCylinder(const Scan& scan) {
+    for (std::size_t i = 0; i < scan.points.size(); i += 3) {
+      cloud->push_back({scan.points[i], scan.points[i + 1], scan.points[i + 2]});
+      normals->push_back({scan.normals[i], scan.normals[i + 1], scan.normals[i + 2]});
     }
-    return true;
+  }
+  std::vector<float> consensus() const {
+    pcl::SACSegmentationFromNormals<pcl::PointXYZ, pcl::Normal> segmentation;
+    segmentation.setOptimizeCoefficients(true);
+    segmentation.setModelType(pcl::SACMODEL_CYLINDER);
+    segmentation.setMethodType(pcl::SAC_RANSAC);
+    segmentation.setDistanceThreshold(2.0);
+    segmentation.setMaxIterations(10000);
+    segmentation.setNormalDistanceWeight(0.1);
+    segmentation.setInputCloud(cloud);
+    segmentation.setInputNormals(normals);
+    pcl::PointIndices inliers;
+    pcl::ModelCoefficients found;
+    segmentation.segment(inliers, found);
+    return found.values;
   }
 };
 
-// The whole solve beside TinySolver with automatic derivatives, same data and start.
-template <typename Shape>
-void BM_SolveBesideTinySolver(benchmark::State& state) {
-  const Scan scan = scanOf<Shape>(kCount);
-  Solve<Shape> solve;
-  double best = 1e9;
-  double best_peer = 1e9;
-  int iterations = 0;
-  for (auto _ : state) {
-    auto p = Shape::seed();
-    best = std::min(best, secondsOf([&] { solve.run(scan, p); }));
-    state.PauseTiming();
-    best_peer = std::min(best_peer, secondsOf([&] {
-                           const CeresFunctor<Shape> functor{scan};
-                           using Function =
-                               ceres::TinySolverAutoDiffFunction<CeresFunctor<Shape>,
-                                                                 Eigen::Dynamic, Shape::kParams>;
-                           const Function function(functor);
-                           ceres::TinySolver<Function> tiny;
-                           Eigen::Matrix<double, Shape::kParams, 1> q(Shape::seed().data());
-                           iterations = tiny.Solve(function, &q).iterations;
-                         }));
-    state.ResumeTiming();
-  }
-  state.counters["ms"] = best * 1e3;
-  state.counters["tiny_solver_ms"] = best_peer * 1e3;
-  state.counters["tiny_solver_iterations"] = iterations;
-  state.counters["over_tiny_solver"] = best / best_peer;
-}
-#endif
-
-// Where the time of a robust cylinder fit goes: the start by sample consensus, run here as the library
-// runs it, one solve from a good start, and the rest.
-void BM_XCylinderFitLM_FitSigma(benchmark::State& state) {
-  const Scan scan = scanOf<Cylinder>(kCount);
-  auto cloud = std::make_shared<pcl::PointCloud<pcl::PointXYZ>>();
-  auto normals = std::make_shared<pcl::PointCloud<pcl::Normal>>();
-  for (std::size_t i = 0; i < scan.points.size(); i += 3) {
-    cloud->push_back({scan.points[i], scan.points[i + 1], scan.points[i + 2]});
-    normals->push_back({scan.normals[i], scan.normals[i + 1], scan.normals[i + 2]});
-  }
-  const QuietOutput quiet;
-  double whole = 1e9;
-  double consensus = 1e9;
-  double solve = 1e9;
-  for (auto _ : state) {
-    zelmolm::XCylinderFitLM fit;
-    whole = std::min(whole, secondsOf([&] {
-                       fit.Fit(scan.points.data(), scan.normals.data(), kCount,
-                               xfeaturefitfilter::FilterParam(80, 2.5F, 0.05F),
-                               xfeaturefitfilter::FilterSigma);
-                     }));
-    state.PauseTiming();
-    pcl::ModelCoefficients found;
-    consensus = std::min(consensus, secondsOf([&] {
-                           pcl::SACSegmentationFromNormals<pcl::PointXYZ, pcl::Normal> segmentation;
-                           segmentation.setOptimizeCoefficients(true);
-                           segmentation.setModelType(pcl::SACMODEL_CYLINDER);
-                           segmentation.setMethodType(pcl::SAC_RANSAC);
-                           segmentation.setDistanceThreshold(2.0);
-                           segmentation.setMaxIterations(10000);
-                           segmentation.setNormalDistanceWeight(0.1);
-                           segmentation.setInputCloud(cloud);
-                           segmentation.setInputNormals(normals);
-                           pcl::PointIndices inliers;
-                           segmentation.segment(inliers, found);
-                         }));
-    solve = std::min(solve, secondsOf([&] {
-                       fit.Fit(scan.points.data(), nullptr, kCount, found.values.data());
-                     }));
-    state.ResumeTiming();
-  }
-  state.counters["ms"] = whole * 1e3;
-  state.counters["consensus_ms"] = consensus * 1e3;
-  state.counters["one_solve_ms"] = solve * 1e3;
-  state.counters["rest_ms"] = (whole - consensus - 2 * solve) * 1e3;
+// A robust fit: the start by consensus, a solve, the filter, a solve of what is left.
+Contest filteredCylinder() {
+  const auto scan = scanOf<Cylinder>(kCount);
+  const auto pcl_cylinder = std::make_shared<PclCylinder>(*scan);
+  const auto plain_solve = [scan](const std::vector<float>& start) {
+    zelmolm::XCylinderFitLM().Fit(scan->points.data(), nullptr, kCount, start.data());
+  };
+  const auto found = pcl_cylinder->consensus();
+  return {[scan] {
+            zelmolm::XCylinderFitLM().Fit(scan->points.data(), scan->normals.data(), kCount,
+                                          xfeaturefitfilter::FilterParam(80, 2.5F, 0.05F),
+                                          xfeaturefitfilter::FilterSigma);
+          },
+          {{"PCL's consensus, which is the first of its stages",
+            [=] { benchmark::DoNotOptimize(pcl_cylinder->consensus()); }}},
+          {"that and two of the solves alone",
+           [=] {
+             plain_solve(pcl_cylinder->consensus());
+             plain_solve(found);
+           }},
+          {}};
 }
 
 // Two objects in two threads beside two fits one after the other.
-void BM_TwoThreads(benchmark::State& state) {
-  const Scan scan = scanOf<Cylinder>(kCount);
-  const float seed[7] = {10.5F, -19.5F, 30, 0.38F, 0.47F, 0.8F, 14};
-  const auto fit = [&](zelmolm::XCylinderFitLM& object) {
-    object.Fit(scan.points.data(), nullptr, kCount, seed);
+Contest twoThreads() {
+  const auto scan = scanOf<Cylinder>(kCount);
+  const auto fit = [scan] {
+    const float seed[7] = {10.5F, -19.5F, 30, 0.38F, 0.47F, 0.8F, 14};
+    zelmolm::XCylinderFitLM().Fit(scan->points.data(), nullptr, kCount, seed);
   };
-  double alone = 1e9;
-  double together = 1e9;
-  bool same_bits = true;
-  for (auto _ : state) {
-    zelmolm::XCylinderFitLM a, b, c;
-    together = std::min(together, wallSecondsOf([&] {
-                          std::thread other([&] { fit(a); });
-                          fit(b);
-                          other.join();
-                        }));
-    state.PauseTiming();
-    alone = std::min(alone, wallSecondsOf([&] {
-                       fit(c);
-                       fit(c);
-                     }));
-    for (const auto* fitted : {&a, &b}) {
-      same_bits = same_bits && std::equal(fitted->center, fitted->center + 3, c.center) &&
-                  std::equal(fitted->axis, fitted->axis + 3, c.axis) && fitted->radius == c.radius;
-    }
-    state.ResumeTiming();
-  }
-  state.counters["same_bits"] = same_bits ? 1 : 0;
-  state.counters["speed_over_one_thread"] = alone / together;
+  return {[fit] {
+            std::thread other(fit);
+            fit();
+            other.join();
+          },
+          {{"both fits in one thread",
+            [fit] {
+              fit();
+              fit();
+            }}},
+          {"one of the fits", fit},
+          {}};
 }
 
-BENCHMARK_TEMPLATE(BM_SolvePerPass, Plane)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(BM_SolvePerPass, Sphere)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(BM_SolvePerPass, Cylinder)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(BM_SolvePerPass, Cone)->Unit(benchmark::kMillisecond);
-#ifdef ZELMO_WITH_CERES
-BENCHMARK_TEMPLATE(BM_SolveBesideTinySolver, Plane)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(BM_SolveBesideTinySolver, Sphere)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(BM_SolveBesideTinySolver, Cylinder)->Unit(benchmark::kMillisecond);
-BENCHMARK_TEMPLATE(BM_SolveBesideTinySolver, Cone)->Unit(benchmark::kMillisecond);
-#endif
-BENCHMARK(BM_XCylinderFitLM_FitSigma)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_TwoThreads)->Unit(benchmark::kMillisecond)->UseRealTime();
+[[maybe_unused]] const bool kRows = [] {
+  const std::string size = sizeText(kCount, "points");
+  row("ZelmoLM.Fit_LM plane", size, solve<Plane>);
+  row("ZelmoLM.Fit_LM sphere", size, solve<Sphere>);
+  row("ZelmoLM.Fit_LM cylinder", size, solve<Cylinder>);
+  row("ZelmoLM.Fit_LM cone", size, solve<Cone>);
+  row("XCylinderFitLM.Fit FilterSigma", size, filteredCylinder);
+  row("XCylinderFitLM.Fit twice, two threads", size, twoThreads, Clock::Wall);
+  return true;
+}();
 
 }  // namespace

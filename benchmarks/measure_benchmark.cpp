@@ -5,14 +5,22 @@
 // the points, store a deviation each, mean and variance, band.
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <memory>
 #include <random>
+#include <string>
 #include <vector>
 
 #include <benchmark/benchmark.h>
 #include <opencv2/imgproc.hpp>
 #include <zelmo/zelmo.h>
 
+#include "contest.h"
+#include "floors.h"
+
 namespace {
+
+using namespace zelmo::bench;  // NOLINT(google-build-using-namespace): a program of its own
 
 using xgeomeasure::XGeoTolrance;
 
@@ -127,87 +135,81 @@ double plainCircularity(const float* points, int count, bool band) {
   });
 }
 
-template <typename Evaluate>
-void run(benchmark::State& state, Evaluate evaluate) {
-  const float* points = cloud().data();
-  const bool band = state.range(0) != 0;
-  for (auto _ : state) benchmark::DoNotOptimize(evaluate(points, kCount, band));
-  state.SetItemsProcessed(state.iterations() * kCount);
+using Evaluate = std::function<double(const float* points, int count, bool band)>;
+
+Contender overCloud(const std::string& name, const Evaluate& evaluate, bool band) {
+  return {name, [=] { benchmark::DoNotOptimize(evaluate(cloud().data(), kCount, band)); }};
 }
 
-// NOLINTBEGIN(cppcoreguidelines-macro-usage): a name and a body per row
-#define ZELMO_ROW(Name, Library, Plain)                                   \
-  void BM_XGeoTolrance_##Name(benchmark::State& state) {                  \
-    run(state, [](const float* p, int n, bool band) { return Library; }); \
-  }                                                                       \
-  void BM_PlainLoops_##Name(benchmark::State& state) {                    \
-    run(state, [](const float* p, int n, bool band) { return Plain; });   \
-  }                                                                       \
-  BENCHMARK(BM_XGeoTolrance_##Name)                                       \
-      ->ArgName("band")                                                   \
-      ->Arg(0)                                                            \
-      ->Arg(1)                                                            \
-      ->Unit(benchmark::kMillisecond);                                    \
-  BENCHMARK(BM_PlainLoops_##Name)->ArgName("band")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
-#define ZELMO_DEVIATION(expression) \
-  plainLoops(p, n, band, [](const cv::Point3f& q) { return expression; })
+/// Plain loops that store the deviation of each point.
+template <typename Deviation>
+Evaluate loopsOver(Deviation deviation) {
+  return
+      [deviation](const float* p, int n, bool band) { return plainLoops(p, n, band, deviation); };
+}
+
+const Evaluate kRead = [](const float* p, int n, bool) {
+  return readAll(p, 3 * static_cast<std::size_t>(n));
+};
+const Evaluate kRoots = [](const float* p, int n, bool) { return squareRoots(p, n); };
+
+/// A member with and without the band.
+void tolerance(const std::string& member, const Evaluate& library, const Evaluate& plain,
+               bool has_root = true) {
+  for (const bool band : {false, true}) {
+    row("XGeoTolrance." + member + (band ? " in a band" : ""), sizeText(kCount, "points"), [=] {
+      Contest contest{overCloud("", library, band).run, {}, {}, {}};
+      if (plain) contest.peers.push_back(overCloud("plain loops, step by step", plain, band));
+      contest.attainable = has_root ? overCloud("one square root a point", kRoots, band)
+                                    : overCloud("reading the points once", kRead, band);
+      return contest;
+    });
+  }
+}
+
+/// The cloud's points by x and y, for the rectangle alone.
+std::shared_ptr<std::vector<cv::Point2f>> flatCloud() {
+  auto flat = std::make_shared<std::vector<cv::Point2f>>();
+  for (std::size_t i = 0; i < kCount; ++i) flat->emplace_back(cloud()[3 * i], cloud()[3 * i + 1]);
+  return flat;
+}
+
+// NOLINTBEGIN(cppcoreguidelines-macro-usage): a member of the library as a function object
+#define ZELMO_MEMBER(call) [](const float* p, int n, bool band) { return XGeoTolrance::call; }
+#define ZELMO_DEVIATION(expression) loopsOver([](const cv::Point3f& q) { return expression; })
 // NOLINTEND(cppcoreguidelines-macro-usage)
 
-ZELMO_ROW(calcFlatness, XGeoTolrance::calcFlatness(p, n, g_feature, band, kSigmaFactor),
-          ZELMO_DEVIATION(fromPlane(q, g_feature)))
-ZELMO_ROW(calcStraightness, XGeoTolrance::calcStraightness(p, n, g_feature, band, kSigmaFactor),
-          ZELMO_DEVIATION(fromLine(q, g_feature)))
-ZELMO_ROW(calcCylindricity, XGeoTolrance::calcCylindricity(p, n, g_feature, band, kSigmaFactor),
-          ZELMO_DEVIATION(fromAxis(q, g_feature) - g_feature[6]))
-ZELMO_ROW(calcSphericity, XGeoTolrance::calcSphericity(p, n, g_feature, band, kSigmaFactor),
-          ZELMO_DEVIATION(fromSphere(q, g_feature)))
-ZELMO_ROW(calcCircularity, XGeoTolrance::calcCircularity(p, n, g_feature, band, kSigmaFactor),
-          plainCircularity(p, n, band))
-ZELMO_ROW(calcParallelism_Line_Plane,
-          XGeoTolrance::calcParallelism_Line_Plane(p, n, g_feature, g_datum, band, kSigmaFactor),
-          ZELMO_DEVIATION(fromPlane(q, g_datum)))
-ZELMO_ROW(calcPerpendicularity_Line_Line,
-          XGeoTolrance::calcPerpendicularity_Line_Line(p, n, g_feature, g_datum, band,
-                                                       kSigmaFactor),
-          ZELMO_DEVIATION(fromLine(q, g_feature)))
-ZELMO_ROW(calcConcentricity,
-          XGeoTolrance::calcConcentricity(p, n, nullptr, g_datum, band, kSigmaFactor),
-          ZELMO_DEVIATION(fromLine(q, g_datum)))
-
-void BM_XGeoTolrance_calcPerpendicularity_Plane_Plane(benchmark::State& state) {
-  run(state, [](const float* p, int n, bool band) {
-    return XGeoTolrance::calcPerpendicularity_Plane_Plane(p, n, g_feature, g_datum, band,
-                                                          kSigmaFactor);
+[[maybe_unused]] const bool kRows = [] {
+  constexpr double kS = kSigmaFactor;
+  tolerance("calcFlatness", ZELMO_MEMBER(calcFlatness(p, n, g_feature, band, kS)),
+            ZELMO_DEVIATION(fromPlane(q, g_feature)), false);
+  tolerance("calcStraightness", ZELMO_MEMBER(calcStraightness(p, n, g_feature, band, kS)),
+            ZELMO_DEVIATION(fromLine(q, g_feature)));
+  tolerance("calcCylindricity", ZELMO_MEMBER(calcCylindricity(p, n, g_feature, band, kS)),
+            ZELMO_DEVIATION(fromAxis(q, g_feature) - g_feature[6]));
+  tolerance("calcSphericity", ZELMO_MEMBER(calcSphericity(p, n, g_feature, band, kS)),
+            ZELMO_DEVIATION(fromSphere(q, g_feature)));
+  tolerance("calcCircularity", ZELMO_MEMBER(calcCircularity(p, n, g_feature, band, kS)),
+            plainCircularity);
+  tolerance("calcParallelism_Line_Plane",
+            ZELMO_MEMBER(calcParallelism_Line_Plane(p, n, g_feature, g_datum, band, kS)),
+            ZELMO_DEVIATION(fromPlane(q, g_datum)), false);
+  tolerance("calcPerpendicularity_Line_Line",
+            ZELMO_MEMBER(calcPerpendicularity_Line_Line(p, n, g_feature, g_datum, band, kS)),
+            ZELMO_DEVIATION(fromLine(q, g_feature)));
+  tolerance("calcConcentricity", ZELMO_MEMBER(calcConcentricity(p, n, nullptr, g_datum, band, kS)),
+            ZELMO_DEVIATION(fromLine(q, g_datum)));
+  row("XGeoTolrance.calcPerpendicularity_Plane_Plane", sizeText(kCount, "points"), [] {
+    const auto flat = flatCloud();
+    const Evaluate library =
+        ZELMO_MEMBER(calcPerpendicularity_Plane_Plane(p, n, g_feature, g_datum, band, kS));
+    return Contest{overCloud("", library, false).run,
+                   {},
+                   {"OpenCV's rectangle about flat points alone",
+                    [flat] { benchmark::DoNotOptimize(cv::minAreaRect(*flat)); }},
+                   {}};
   });
-}
-BENCHMARK(BM_XGeoTolrance_calcPerpendicularity_Plane_Plane)
-    ->ArgName("band")
-    ->Arg(0)
-    ->Arg(1)
-    ->Unit(benchmark::kMillisecond);
-
-// The least that a plain loop can do: extremes of the points as they are, nothing stored.
-void BM_BareLoop_calcFlatness(benchmark::State& state) {
-  run(state, [](const float* p, int n, bool /*band*/) {
-    double largest = -1e10;
-    double smallest = 1e10;
-    for (int i = 0; i < n; ++i) {
-      const double d = fromPlane({p[3 * i], p[3 * i + 1], p[3 * i + 2]}, g_feature);
-      if (d > largest) largest = d;
-      if (d < smallest) smallest = d;
-    }
-    return largest - smallest;
-  });
-}
-BENCHMARK(BM_BareLoop_calcFlatness)->ArgName("band")->Arg(0)->Unit(benchmark::kMillisecond);
-
-// Where the time of the perpendicularity of planes goes: the rectangle alone, on flat points.
-void BM_MinAreaRect_alone(benchmark::State& state) {
-  std::vector<cv::Point2f> flat;
-  flat.reserve(kCount);
-  for (std::size_t i = 0; i < kCount; ++i) flat.emplace_back(cloud()[3 * i], cloud()[3 * i + 1]);
-  for (auto _ : state) benchmark::DoNotOptimize(cv::minAreaRect(flat));
-}
-BENCHMARK(BM_MinAreaRect_alone)->Unit(benchmark::kMillisecond);
+  return true;
+}();
 
 }  // namespace

@@ -1,54 +1,33 @@
 // SPDX-FileCopyrightText: LibZelmo contributors
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
-#include <functional>
+
+// Reading beside OpenCASCADE's own reader on the same file, and listing beside a bare walk over the
+// same faces or edges.
 #include <map>
 #include <memory>
 #include <random>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include <BRepAdaptor_Curve.hxx>
 #include <BRepAdaptor_Surface.hxx>
 #include <STEPControl_Reader.hxx>
+#include <TopExp.hxx>
+#include <TopTools_IndexedMapOfShape.hxx>
 #include <benchmark/benchmark.h>
-#include <fcntl.h>
-#include <unistd.h>
 #include <zelmo/model/model_3d_feature.h>
 #include <zelmo/model/model_curve.h>
 #include <zelmo/model/model_feature.h>
 
+#include "contest.h"
 #include "support/cad_shapes.h"
 #include "support/temporary_folder.h"
-
-/// \file
-/// Reading beside OpenCASCADE's own reader on the same file, and listing beside that reading.
 
 namespace {
 
 using namespace xmodelfeature;  // NOLINT(google-build-using-namespace): a program of its own
-
-/// Lines that the readers print go nowhere.
-class SilentOutput {
- public:
-  SilentOutput() : m_saved(dup(STDOUT_FILENO)) {
-    std::fflush(stdout);
-    const int nowhere = open("/dev/null", O_WRONLY);
-    dup2(nowhere, STDOUT_FILENO);
-    close(nowhere);
-  }
-  SilentOutput(const SilentOutput&) = delete;
-  SilentOutput& operator=(const SilentOutput&) = delete;
-  ~SilentOutput() {
-    std::fflush(stdout);
-    dup2(m_saved, STDOUT_FILENO);
-    close(m_saved);
-  }
-
- private:
-  int m_saved;
-};
+using namespace zelmo::bench;   // NOLINT(google-build-using-namespace): a program of its own
 
 /// A model of boxes and cylinders all over the place, with about \p faces faces, hardly two of them in
 /// one plane.
@@ -77,110 +56,116 @@ TopoDS_Shape rowModel(int faces) {
 
 enum Layout { Scattered, Row };
 
-/// The model, its file and what OpenCASCADE's reader needs for it, made once per size and layout.
 struct Sample {
-  Sample(int faces, Layout layout) : path((folder.path() / "model.stp").string()) {
-    const SilentOutput silent;
-    STEPControl_Writer writer;
-    writer.Transfer(layout == Row ? rowModel(faces) : scatteredModel(faces), STEPControl_AsIs);
-    writer.Write(path.c_str());
-    XReadModel::readStepFile(path.data(), shape);
-  }
-  zelmo::test::TemporaryFolder folder;
-  std::string path;
   TopoDS_Shape shape;
+  std::vector<TopoDS_Face> faces;
 };
+using SamplePtr = std::shared_ptr<Sample>;
 
-Sample& sampleOf(const benchmark::State& state) {
-  static std::map<std::pair<int, int>, std::unique_ptr<Sample>> samples;
-  const auto faces = static_cast<int>(state.range(0));
-  const auto layout = static_cast<Layout>(state.range(1));
-  auto& sample = samples[{faces, layout}];
-  if (!sample) sample = std::make_unique<Sample>(faces, layout);
-  return *sample;
-}
-
-double secondsOf(const std::function<void()>& action) {
-  const auto start = std::chrono::steady_clock::now();
-  action();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-/// The library's reader and OpenCASCADE's own in turn, so that both see the same machine: the counter
-/// is the ratio of the fastest readings.
-void BM_XReadModel_readStepFile(benchmark::State& state) {
-  Sample& sample = sampleOf(state);
-  const SilentOutput silent;
-  double library = 1e9, occ = 1e9;
-  for (auto _ : state) {
-    occ = std::min(occ, secondsOf([&sample] {
-                     STEPControl_Reader reader;
-                     reader.ReadFile(sample.path.c_str());
-                     reader.NbRootsForTransfer();
-                     reader.TransferRoots();
-                     benchmark::DoNotOptimize(reader.OneShape());
-                   }));
-    const double seconds = secondsOf([&sample] {
-      TopoDS_Shape shape;
-      benchmark::DoNotOptimize(XReadModel::readStepFile(sample.path.data(), shape));
-    });
-    state.SetIterationTime(seconds);
-    library = std::min(library, seconds);
+/// Made once for all rows of a size and layout.
+SamplePtr sampleOf(int faces, Layout layout) {
+  static std::map<std::pair<int, int>, SamplePtr> samples;
+  SamplePtr& sample = samples[{faces, layout}];
+  if (!sample) {
+    const TopoDS_Shape shape = layout == Row ? rowModel(faces) : scatteredModel(faces);
+    sample = std::make_shared<Sample>(Sample{shape, zelmo::test::facesOf(shape)});
   }
-  state.counters["over_occ"] = library / occ;
-}
-
-void BM_XModel3DFeature_get3DFeatureData(benchmark::State& state) {
-  const Sample& sample = sampleOf(state);
-  for (auto _ : state) {
-    XModel3DFeature features;
-    features.get3DFeatureData(sample.shape);
-    benchmark::DoNotOptimize(features.planes.data());
-  }
-}
-
-void BM_XModelCurve_getCurveData(benchmark::State& state) {
-  const Sample& sample = sampleOf(state);
-  for (auto _ : state) {
-    XModelCurve curves;
-    curves.setData(sample.shape);
-    curves.getCurveData(sample.shape);
-    benchmark::DoNotOptimize(curves.lines.data());
-  }
+  return sample;
 }
 
 /// The kind of every face by an adaptor, what a host would write itself.
-void BM_Adaptor_FaceKinds(benchmark::State& state) {
-  const Sample& sample = sampleOf(state);
-  const auto faces = zelmo::test::facesOf(sample.shape);
-  for (auto _ : state) {
-    for (const TopoDS_Face& face : faces) {
-      benchmark::DoNotOptimize(BRepAdaptor_Surface(face, true).GetType());
-    }
-  }
+Contender faceKinds(const SamplePtr& sample) {
+  return {"the kind of each face by OpenCASCADE's adaptor", [sample] {
+            for (const TopoDS_Face& face : sample->faces) {
+              benchmark::DoNotOptimize(BRepAdaptor_Surface(face, true).GetType());
+            }
+          }};
 }
 
-void BM_XModelFeature_getFaceInfo(benchmark::State& state) {
-  const Sample& sample = sampleOf(state);
-  const auto faces = zelmo::test::facesOf(sample.shape);
-  std::vector<float> data;
-  for (auto _ : state) {
-    for (const TopoDS_Face& face : faces) {
-      ModelFeatureType type = ModelUnknown;
-      XModelFeature::getFaceInfo(face, type, data);
-      benchmark::DoNotOptimize(type);
-    }
-  }
+Contender edgeKinds(const SamplePtr& sample) {
+  return {"the kind of each edge by OpenCASCADE's adaptor", [sample] {
+            TopTools_IndexedMapOfShape edges;
+            TopExp::MapShapes(sample->shape, TopAbs_EDGE, edges);
+            for (int i = 1; i <= edges.Extent(); ++i) {
+              const TopoDS_Edge edge = TopoDS::Edge(edges(i));
+              benchmark::DoNotOptimize(BRepAdaptor_Curve(edge).GetType());
+            }
+          }};
 }
 
-void models(benchmark::internal::Benchmark* b) {
-  b->ArgNames({"faces", "layout"})->Unit(benchmark::kMillisecond);
-  b->Args({450, Scattered})->Args({10000, Scattered})->Args({10000, Row});
+Contest read(const SamplePtr& sample) {
+  const auto folder = std::make_shared<zelmo::test::TemporaryFolder>();
+  std::string path = (folder->path() / "model.stp").string();
+  STEPControl_Writer writer;
+  writer.Transfer(sample->shape, STEPControl_AsIs);
+  writer.Write(path.c_str());
+  return {[folder, path]() mutable {
+            TopoDS_Shape shape;
+            benchmark::DoNotOptimize(XReadModel::readStepFile(path.data(), shape));
+          },
+          {{"OpenCASCADE's own reader",
+            [path] {
+              STEPControl_Reader reader;
+              reader.ReadFile(path.c_str());
+              reader.TransferRoots();
+              benchmark::DoNotOptimize(reader.OneShape());
+            }}},
+          {},
+          {}};
 }
-BENCHMARK(BM_XReadModel_readStepFile)->Apply(models)->UseManualTime();
-BENCHMARK(BM_XModel3DFeature_get3DFeatureData)->Apply(models);
-BENCHMARK(BM_XModelCurve_getCurveData)->Apply(models);
-BENCHMARK(BM_Adaptor_FaceKinds)->Apply(models);
-BENCHMARK(BM_XModelFeature_getFaceInfo)->Apply(models);
+
+Contest solids(const SamplePtr& sample) {
+  return {[sample] {
+            XModel3DFeature features;
+            features.get3DFeatureData(sample->shape);
+            benchmark::DoNotOptimize(features.planes.data());
+          },
+          {},
+          faceKinds(sample),
+          {}};
+}
+
+Contest curves(const SamplePtr& sample) {
+  return {[sample] {
+            XModelCurve curves;
+            curves.setData(sample->shape);
+            curves.getCurveData(sample->shape);
+            benchmark::DoNotOptimize(curves.lines.data());
+          },
+          {},
+          edgeKinds(sample),
+          {}};
+}
+
+Contest faceInfo(const SamplePtr& sample) {
+  return {[sample] {
+            std::vector<float> data;
+            for (const TopoDS_Face& face : sample->faces) {
+              ModelFeatureType type = ModelUnknown;
+              XModelFeature::getFaceInfo(face, type, data);
+              benchmark::DoNotOptimize(type);
+            }
+          },
+          {},
+          faceKinds(sample),
+          {}};
+}
+
+[[maybe_unused]] const bool kRows = [] {
+  const auto add = [](const char* operation, int faces, Layout layout,
+                      Contest (*contest)(const SamplePtr&)) {
+    const std::string size = sizeText(faces, layout == Row ? "faces in rows" : "faces");
+    row(operation, size, [=] { return contest(sampleOf(faces, layout)); });
+  };
+  for (const int faces : {450, 2000}) add("XReadModel.readStepFile", faces, Scattered, read);
+  for (const int faces : {450, 10000}) {
+    add("XModel3DFeature.get3DFeatureData", faces, Scattered, solids);
+    add("XModelCurve.getCurveData", faces, Scattered, curves);
+    add("XModelFeature.getFaceInfo of each face", faces, Scattered, faceInfo);
+  }
+  add("XModel3DFeature.get3DFeatureData", 10000, Row, solids);
+  add("XModelCurve.getCurveData", 10000, Row, curves);
+  return true;
+}();
 
 }  // namespace

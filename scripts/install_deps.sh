@@ -14,7 +14,9 @@ packages="
 "
 for option in "$@"; do
   case $option in
-    --with-peers) packages="$packages libbenchmark-dev libceres-dev libcgal-dev libeigen3-dev libvtk9-dev" ;;
+    --with-peers)
+      packages="$packages libbenchmark-dev libceres-dev libcgal-dev libeigen3-dev libvtk9-dev python3"
+      ;;
     --with-docs) packages="$packages doxygen" ;;
     --with-packaging) packages="$packages dpkg-dev" ;;
     --with-lint) packages="$packages clang clang-format clang-tidy python3" ;;
