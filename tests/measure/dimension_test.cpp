@@ -1,151 +1,119 @@
 // SPDX-FileCopyrightText: LibZelmo contributors
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <array>
 #include <cmath>
 #include <limits>
 
 #include <gtest/gtest.h>
 
-#include "support/long_double_geometry.h"
+#include "measure/random_features.h"
 #include "zelmo/measure/feature_dimension.h"
 #include "zelmo/measure/geo_dimension.h"
 
-using zelmo::test::gap;
-using zelmo::test::RandomGeometry;
-using zelmo::test::Real;
-using zelmo::test::Vec;
+using namespace zelmo::test;  // NOLINT
 
 namespace {
 
-using ArrayDimension = xgeomeasure::XGeoDimension;
-using RecordDimension = xgeofeature::XGeoDimension;
+using Arrays = xgeomeasure::XGeoDimension;
+using Records = xgeofeature::XGeoDimension;
 using xgeofeature::XDistanceAttributes;
 using xgeofeature::XFLine3D2;
 using xgeofeature::XFPlane;
 using xgeofeature::XFPoint;
 
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-constexpr Real kPi = 3.14159265358979323846L;
+const Real kPi = std::acos(-1.0L);
 
-TEST(ArrayDimension, EqualsItsDefinitionInLongDouble) {
+TEST(Dimension, OfBothFormsEqualsItsDefinitionInLongDouble) {
   RandomGeometry random(31);
   for (int i = 0; i < 3000; ++i) {
-    float p[3], line[6], other[6];
-    random.point(100).copyTo(p);
-    for (float* array : {line, other}) {
-      random.point(100).copyTo(array);
-      (random.direction() * random.number(0.1, 1)).copyTo(array + 3);
+    const Floats p(random.point(100)), o(random.point(100));
+    const Floats u(random.direction()), n(random.direction());
+    const Vec v = Vec(p.v) - Vec(o.v), d(u.v);
+    const Real along = v.dot(d);
+
+    // Of arrays: a direction is not made unit; every second pair is nearly parallel.
+    const Six a = sixOf(Vec(o.v), d * random.number(0.1, 0.99));
+    const Vec scaled(&a[3]), other = i % 2 == 0 ? scaled + random.point(1e-4) : Vec(n.v);
+    const Six b = sixOf(d, other);
+    const Real point = v.norm(), line = v.cross(scaled).norm(), plane = std::fabs(v.dot(scaled));
+    EXPECT_LE(gap(Arrays::calcDistance_Point2Point(p, a.data()), point), 1e-11);
+    EXPECT_LE(gap(Arrays::calcDistance_Point2Line(p, a.data()), line), 1e-11);
+    EXPECT_LE(gap(Arrays::calcDistance_Point2Plane(p, a.data()), plane), 1e-11);
+    const Real degrees = std::acos(scaled.dot(Vec(&b[3]))) * 180 / kPi;
+    for (auto* angle : {Arrays::calcAngle_Line_Line, Arrays::calcAngle_Line_Plane,
+                        Arrays::calcAngle_Plane_Plane}) {
+      EXPECT_LE(gap(angle(a.data(), b.data()), degrees), 1e-6);
     }
-    // Every second pair is nearly parallel.
-    if (i % 2 == 0) (Vec(line + 3) + random.point(1e-4)).copyTo(other + 3);
-    const Vec v = Vec(p) - Vec(line), d(line + 3);
-    EXPECT_LE(gap(ArrayDimension::calcDistance_Point2Point(p, line), v.norm()), 1e-11);
-    EXPECT_LE(gap(ArrayDimension::calcDistance_Point2Line(p, line), v.cross(d).norm()), 1e-11);
-    EXPECT_LE(gap(ArrayDimension::calcDistance_Point2Plane(p, line), std::fabs(v.dot(d))), 1e-11);
-    const Real cosine = d.dot(Vec(other + 3));
-    const double angle = static_cast<double>(std::acos(cosine) * 180 / kPi);
-    for (const double degrees : {ArrayDimension::calcAngle_Line_Line(line, other),
-                                 ArrayDimension::calcAngle_Line_Plane(line, other),
-                                 ArrayDimension::calcAngle_Plane_Plane(line, other)}) {
-      EXPECT_LE(gap(degrees, angle), 1e-6);
-    }
+
+    // Of records: the way to the foot, which may be the point itself.
+    XFPoint foot(o);
+    XDistanceAttributes distance;
+    const auto expectTo = [&](int status, const Vec& to, Real length) {
+      EXPECT_EQ(status, 0);
+      EXPECT_LE((at(foot) - to).norm(), 5e-5L);
+      EXPECT_LE(gap(distance.distance, length), 5e-5L);
+      const Vec way = Vec(p.v) - to;
+      const Vec apart(std::fabs(way.x), std::fabs(way.y), std::fabs(way.z));
+      EXPECT_LE((Vec(distance.dx, distance.dy, distance.dz) - apart).norm(), 9e-5L);
+    };
+    const XFLine3D2 axis(o, u, 20), second(p, n, 20);
+    const XFPlane level(o, u), slope(o, n);
+    const Vec on_axis = Vec(o.v) + d * along, on_level = Vec(p.v) - d * along;
+    expectTo(Records::Distance(XFPoint(p), foot, distance), Vec(o.v), v.norm());
+    foot = XFPoint(p);
+    expectTo(Records::Distance(foot, axis, foot, distance), on_axis, v.cross(d).norm());
+    expectTo(Records::Distance(XFPoint(p), level, foot, distance), on_level, std::fabs(along));
+    const double angle = static_cast<double>(std::acos(d.dot(Vec(n.v))));
+    EXPECT_NEAR(Records::Angle(axis, second), angle, 1e-6);
+    EXPECT_NEAR(Records::Angle(level, slope), angle, 1e-6);
+    // The shadow's direction comes from ends rounded to float, and the arc cosine is steep at 1.
+    EXPECT_NEAR(Records::Angle(axis, slope), std::fabs(static_cast<double>(kPi) / 2 - angle), 1e-3);
+    EXPECT_EQ(Records::Angle(slope, axis), Records::Angle(axis, slope));
   }
 }
 
 TEST(ArrayDimension, LinePointItselfEndsAtOneThousandth) {
-  const float line[6] = {0, 0, 0, 1, 0, 0};
-  const float near[3] = {0.0009F, -0.0009F, 0.0009F};
-  EXPECT_EQ(ArrayDimension::calcDistance_Point2Line(near, line), 0.0);
-  for (int axis = 0; axis < 3; ++axis) {
-    float off[3] = {0.0009F, -0.0009F, 0.0009F};
-    // The float of 0.001 lies above it.
-    off[axis] = axis == 1 ? -0.001F : 0.001F;
-    EXPECT_GT(ArrayDimension::calcDistance_Point2Line(off, line), 0.0012) << axis;
-  }
+  const auto distance = [](const Vec& p) {
+    return Arrays::calcDistance_Point2Line(Floats(p), sixOf({0, 0, 0}, {1, 0, 0}).data());
+  };
+  EXPECT_EQ(distance({0.0009L, -0.0009L, 0.0009L}), 0.0);
+  // The float of 0.001 lies above it.
+  EXPECT_GT(distance({0.001L, -0.0009L, 0.0009L}), 0.0012);
+  EXPECT_GT(distance({0.0009L, -0.001L, 0.0009L}), 0.0012);
+  EXPECT_GT(distance({0.0009L, -0.0009L, 0.001L}), 0.0012);
 }
 
 TEST(ArrayDimension, AnglesOutsideTheArcCosine) {
-  struct Case {
-    float second;
-    double degrees;
-  };
-  for (const Case& c : {Case{1, 0}, Case{1.0000001F, 0}, Case{-1, 180}, Case{-1.0000001F, 180},
-                        Case{0, 90}, Case{kNaN, 180}}) {
-    const float line[6] = {0, 0, 0, 0, 0, 1};
-    const float other[6] = {7, 7, 7, 0, 0, c.second};
-    EXPECT_DOUBLE_EQ(ArrayDimension::calcAngle_Line_Line(line, other), c.degrees) << c.second;
-  }
-}
-
-TEST(RecordDimension, MeasuresToTheFoot) {
-  RandomGeometry random(32);
-  for (int i = 0; i < 1000; ++i) {
-    float p[3], o[3], d[3];
-    random.point(100).copyTo(p);
-    random.point(100).copyTo(o);
-    random.direction().copyTo(d);
-    const Vec v = Vec(p) - Vec(o);
-    XFPoint foot;
-    XDistanceAttributes distance;
-    const auto expectTo = [&](const Vec& to, Real length) {
-      EXPECT_LE((Vec(&foot.x) - to).norm(), 5e-5L);
-      EXPECT_LE(gap(distance.distance, length), 5e-5L);
-      const Vec apart(std::fabs(p[0] - to.x), std::fabs(p[1] - to.y), std::fabs(p[2] - to.z));
-      EXPECT_LE((Vec(distance.dx, distance.dy, distance.dz) - apart).norm(), 9e-5L);
-    };
-    EXPECT_EQ(RecordDimension::Distance(XFPoint(p), XFPoint(o), distance), 0);
-    foot = XFPoint(o);
-    expectTo(Vec(o), v.norm());
-    EXPECT_EQ(RecordDimension::Distance(XFPoint(p), XFLine3D2(o, d, 1), foot, distance), 0);
-    expectTo(Vec(o) + Vec(d) * v.dot(Vec(d)), v.cross(Vec(d)).norm());
-    EXPECT_EQ(RecordDimension::Distance(XFPoint(p), XFPlane(o, d), foot, distance), 0);
-    expectTo(Vec(p) - Vec(d) * v.dot(Vec(d)), std::fabs(v.dot(Vec(d))));
+  for (const auto& [second, degrees] :
+       {std::pair(1.0000001F, 0.0), {-1.0000001F, 180}, {0, 90}, {NAN, 180}}) {
+    const float line[6] = {0, 0, 0, 0, 0, 1}, other[6] = {7, 7, 7, 0, 0, second};
+    EXPECT_DOUBLE_EQ(Arrays::calcAngle_Line_Line(line, other), degrees) << second;
   }
 }
 
 // Squares and their sum in float: in double the last digit would differ.
 TEST(RecordDimension, SumsItsSquaresInFloat) {
   XDistanceAttributes distance;
-  RecordDimension::Distance(XFPoint(-4813, 1.5F, 0), XFPoint(0, 0, -0.875F), distance);
+  Records::Distance(XFPoint(-4813, 1.5F, 0), XFPoint(0, 0, -0.875F), distance);
   EXPECT_EQ(distance.distance, 4813.0F);
-  RecordDimension::Distance(XFPoint(1e30F, 0, 0), XFPoint(), distance);
+  Records::Distance(XFPoint(1e30F, 0, 0), XFPoint(), distance);
   EXPECT_EQ(distance.distance, std::numeric_limits<float>::infinity());
 }
 
 TEST(RecordDimension, AnglesAreOfStoredDirections) {
-  RandomGeometry random(33);
-  for (int i = 0; i < 1000; ++i) {
-    float u[3], n[3];
-    random.direction().copyTo(u);
-    random.direction().copyTo(n);
-    const XFLine3D2 line(n, u, 20), other(u, n, 20);
-    const XFPlane plane(n, n);
-    const double between = static_cast<double>(std::acos(Vec(u).dot(Vec(n))));
-    EXPECT_NEAR(RecordDimension::Angle(line, other), between, 1e-6);
-    EXPECT_NEAR(RecordDimension::Angle(XFPlane(u, u), plane), between, 1e-6);
-    const double slope = std::fabs(static_cast<double>(kPi) / 2 - between);
-    // The shadow's direction comes from ends rounded to float, and the arc cosine is steep at 1.
-    EXPECT_NEAR(RecordDimension::Angle(line, plane), slope, 1e-3);
-    EXPECT_EQ(RecordDimension::Angle(plane, line), RecordDimension::Angle(line, plane));
-  }
   struct Case {
     const char* what;
-    float x, z;
-    double line_line, line_plane;  // to the z axis, and to the plane square to it
+    Vec direction;
+    double quarters, slope;  // of pi / 2: to the z axis, and to the plane square to it
   };
-  const double half_pi = static_cast<double>(kPi / 2);
   for (const Case& c :
-       {Case{"along the normal", 0, 1, 0, half_pi}, Case{"against it", 0, -1, 2 * half_pi, half_pi},
-        Case{"too long by a rounding", 0, 1.0000001F, 0, half_pi},
-        Case{"too long against it", 0, -1.0000001F, 2 * half_pi, half_pi},
-        Case{"in the plane", 1, 0, half_pi, 0},
-        Case{"in the plane the other way", -1, 0, half_pi, 0},
-        Case{"1e-6 off the normal", 1e-6F, 1, 0, half_pi}}) {
-    const float o[3] = {1, 2, 3}, z[3] = {0, 0, 1}, d[3] = {c.x, 0, c.z};
-    EXPECT_DOUBLE_EQ(RecordDimension::Angle(XFLine3D2(o, d, 1), XFLine3D2(o, z, 1)), c.line_line)
-        << c.what;
-    EXPECT_DOUBLE_EQ(RecordDimension::Angle(XFLine3D2(o, d, 1), XFPlane(o, z)), c.line_plane)
-        << c.what;
+       {Case{"too long by a rounding", {0, 0, 1.0000001L}, 0, 1},
+        Case{"too long against the normal", {0, 0, -1.0000001L}, 2, 1},
+        Case{"in the plane", {-1, 0, 0}, 1, 0}, Case{"1e-6 off the normal", {1e-6L, 0, 1}, 0, 1}}) {
+    const Floats o({1, 2, 3}), z({0, 0, 1});
+    const XFLine3D2 line(o, Floats(c.direction), 1);
+    const double half_pi = static_cast<double>(kPi / 2);
+    EXPECT_DOUBLE_EQ(Records::Angle(line, XFLine3D2(o, z, 1)), c.quarters * half_pi) << c.what;
+    EXPECT_DOUBLE_EQ(Records::Angle(line, XFPlane(o, z)), c.slope * half_pi) << c.what;
   }
 }
 
