@@ -18,6 +18,9 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
 double offFromIdentity(const cv::Matx33d& m) { return cv::norm(m - cv::Matx33d::eye()); }
+double offFromIdentity(const Rigid& m) {
+  return cv::norm(cv::Matx44d(m.data()) - cv::Matx44d::eye());
+}
 
 cv::Vec3d randomUnit(std::mt19937& random) {
   std::normal_distribution<double> normal;
@@ -36,9 +39,7 @@ TEST(RotationBetween, CarriesOneDirectionOntoTheOther) {
     EXPECT_LT(offFromIdentity(r * r.t()), 1e-9);
     EXPECT_NEAR(cv::determinant(r), 1.0, 1e-9);
   }
-}
-
-TEST(RotationBetween, HoldsWhereRoundingPushesTheCosineBeyondOne) {
+  // Rounding pushes the cosine beyond one.
   const cv::Vec3d from(1000, -9000, -5000), to = from + cv::Vec3d(-2, 8, 3) * 1e-8;
   EXPECT_LT(offFromIdentity(rotationBetween(from, to)), 1e-6);
 }
@@ -50,9 +51,7 @@ TEST(RotationBetween, ParallelAndOppositeVectorsTakeTwoQuarterTurns) {
     EXPECT_LT(cv::norm(half_turn * v + v), 1e-12);
     EXPECT_LT(offFromIdentity(half_turn * half_turn), 1e-12);
   }
-}
-
-TEST(RotationBetween, EndsWithTheIdentityWhereThereIsNoDirection) {
+  // Where there is no direction they end with the identity.
   const cv::Vec3d x(1, 0, 0);
   for (const cv::Vec3d& v : {cv::Vec3d(0, 0, 0), cv::Vec3d(kNaN, 0, 0), cv::Vec3d(0, kInf, 0),
                              cv::Vec3d(1e-9, 0, 0), cv::Vec3d(1e-200, 1e-200, 0)}) {
@@ -60,44 +59,45 @@ TEST(RotationBetween, EndsWithTheIdentityWhereThereIsNoDirection) {
     EXPECT_EQ(offFromIdentity(rotationBetween(x, v)), 0.0);
     EXPECT_EQ(offFromIdentity(rotationBetween(v, v)), 0.0);
   }
+  EXPECT_LT(cv::norm(rotationAbout({0, 0, 0}, CV_PI / 3) - 0.5 * cv::Matx33d::eye()), 1e-12);
 }
 
 TEST(IntersectionOfPlanes, SolvesFromADeterminantOfOneMillionthOn) {
   const cv::Point3d points[3] = {{1, 0, 0}, {0, 2, 0}, {0, 0, 3}};
-  const cv::Vec3d exactly[3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1e-6}};
-  const auto met = intersectionOfPlanes(exactly, points);
+  const auto meet = [&points](const cv::Vec3d& x, double z) {
+    const cv::Vec3d normals[3] = {x, {0, 1, 0}, {0, 0, z}};
+    return intersectionOfPlanes(normals, points);
+  };
+  const auto met = meet({1, 0, 0}, 1e-6);
   ASSERT_TRUE(met);
-  EXPECT_NEAR(met->at<double>(0), 1, 1e-12);
-  EXPECT_NEAR(met->at<double>(1), 2, 1e-12);
-  EXPECT_NEAR(met->at<double>(2), 3, 1e-9);
-  const cv::Vec3d below[3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 0.999e-6}};
-  EXPECT_FALSE(intersectionOfPlanes(below, points));
-  const cv::Vec3d not_finite[3] = {{kNaN, 0, 0}, {0, 1, 0}, {0, 0, 1}};
-  EXPECT_FALSE(intersectionOfPlanes(not_finite, points));
+  EXPECT_LT(cv::norm(*met - cv::Mat(cv::Vec3d(1, 2, 3))), 1e-9);
+  EXPECT_FALSE(meet({1, 0, 0}, 0.999e-6));
+  EXPECT_FALSE(meet({kNaN, 0, 0}, 1));
 }
 
 TEST(AlignByPlanes, CarriesAFrameOntoAnother) {
   std::mt19937 random(11);
   for (int i = 0; i < 300; ++i) {
-    const cv::Vec3d z = randomUnit(random);
-    const cv::Vec3d x = unitOrZero(auxiliaryVector(z));
-    const cv::Vec3d p = randomUnit(random) * 500.0;
-    const auto to_frame =
-        worldToFrame({p[0], p[1], p[2]}, x, z.cross(x), z, OppositeCross::AboutFirstNormal);
+    const cv::Vec3d z = randomUnit(random), x = unitOrZero(auxiliaryVector(z));
+    const cv::Point3d p = randomUnit(random) * 500.0;
+    const auto to_frame = worldToFrame(p, x, z.cross(x), z, OppositeCross::AboutFirstNormal);
     ASSERT_TRUE(to_frame);
     EXPECT_LT(cv::norm(rotateDirection(*to_frame, z) - cv::Vec3d(0, 0, 1)), 1e-9);
     EXPECT_LT(cv::norm(rotateDirection(*to_frame, x) - cv::Vec3d(1, 0, 0)), 1e-9);
-    const cv::Point3d origin = transformPoint(*to_frame, {p[0], p[1], p[2]});
-    EXPECT_LT(cv::norm(origin), 1e-6);
-    const Rigid back = rigidInverse(rigidInverse(to_frame->data()).data());
-    for (std::size_t k = 0; k < 16; ++k) EXPECT_NEAR(back[k], (*to_frame)[k], 1e-9);
+    EXPECT_LT(cv::norm(transformPoint(*to_frame, p)), 1e-6);
+    EXPECT_LT(cv::norm(transformPoint(rigidInverse(to_frame->data()), {}) - p), 1e-6);
+  }
+  const PlaneTriple set = PlaneTriple::through({5, -7, 9}, {1, 0, 0}, {0, 1, 0}, {0, 0.6, 0.8});
+  const PlaneTriple no_point = PlaneTriple::through({0, 0, 0}, {1, 0, 0}, {1, 0, 0}, {0, 1, 0});
+  for (const auto rule : {OppositeCross::AnyHalfTurn, OppositeCross::AboutFirstNormal}) {
+    EXPECT_LT(offFromIdentity(alignByPlanes(set, set, rule).value()), 1e-9);
+    EXPECT_FALSE(alignByPlanes(no_point, no_point, rule));
   }
 }
 
 TEST(AlignByPlanes, OnlyTheGuardedFormKeepsTheFirstNormalWhenTheCrossesAreOpposite) {
   // The first normals agree, the second ones are reversed.
-  const cv::Vec3d first = unitOrZero({0.6, -0.64, 0.48});
-  const cv::Vec3d second = unitOrZero(auxiliaryVector(first));
+  const cv::Vec3d first(0.6, -0.64, 0.48), second = unitOrZero(auxiliaryVector(first));
   const cv::Vec3d third = first.cross(second);
   const PlaneTriple target = PlaneTriple::through({0, 0, 0}, first, second, third);
   const PlaneTriple source = PlaneTriple::through({1, 2, 3}, first, -second, third);
@@ -109,32 +109,14 @@ TEST(AlignByPlanes, OnlyTheGuardedFormKeepsTheFirstNormalWhenTheCrossesAreOpposi
   EXPECT_GT(cv::norm(rotateDirection(*plain, first) - first), 0.1);
 }
 
-TEST(AlignByPlanes, OfASetOntoItselfIsTheIdentity) {
-  const PlaneTriple set = PlaneTriple::through({5, -7, 9}, {1, 0, 0}, {0, 1, 0}, {0, 0.6, 0.8});
-  for (const auto rule : {OppositeCross::AnyHalfTurn, OppositeCross::AboutFirstNormal}) {
-    const auto rigid = alignByPlanes(set, set, rule);
-    ASSERT_TRUE(rigid);
-    for (std::size_t k = 0; k < 16; ++k) EXPECT_NEAR((*rigid)[k], kIdentity[k], 1e-9);
-  }
-  const PlaneTriple no_point = PlaneTriple::through({0, 0, 0}, {1, 0, 0}, {1, 0, 0}, {0, 1, 0});
-  EXPECT_FALSE(alignByPlanes(no_point, no_point, OppositeCross::AboutFirstNormal));
-}
-
-TEST(RotationAbout, AZeroAxisLeavesTheCosineOnTheDiagonal) {
-  const cv::Matx33d m = rotationAbout({0, 0, 0}, inRadians(60, true));
-  EXPECT_LT(cv::norm(m - 0.5 * cv::Matx33d::eye()), 1e-12);
-}
-
 TEST(PlaneExtent, TakesTheLongerSideForItsMajorDirection) {
   const double plane[4] = {0, 0, 1, -5};
   for (int degrees = 5; degrees < 180; degrees += 25) {
     const double angle = inRadians(degrees, true);
-    const cv::Vec3d along(std::cos(angle), std::sin(angle), 0);
-    const cv::Vec3d across(-along[1], along[0], 0);
+    const cv::Vec3d along(std::cos(angle), std::sin(angle), 0), across(-along[1], along[0], 0);
     std::vector<cv::Point3f> points;
     for (const cv::Vec2d& k : {cv::Vec2d(1, 1), {-1, 1}, {-1, -1}, {1, -1}, {0.5, 0}}) {
-      const cv::Vec3d p = k[0] * 7 * along + k[1] * 3 * across;
-      points.emplace_back(cv::Vec3f(cv::Vec3d(2, 1, 8) + p));
+      points.emplace_back(cv::Vec3f(cv::Vec3d(2, 1, 8) + k[0] * 7 * along + k[1] * 3 * across));
     }
     const auto extent = planeExtent(PointView(points), plane);
     ASSERT_TRUE(extent);
@@ -145,43 +127,39 @@ TEST(PlaneExtent, TakesTheLongerSideForItsMajorDirection) {
   }
 }
 
+__attribute__((noinline)) void shift(const double* p, double by, double* out) {
+  const double a[3] = {static_cast<float>(p[0]), static_cast<float>(p[1]),
+                       static_cast<float>(p[2])};
+  for (int i = 0; i < 3; ++i) out[i] = a[i] + by;
+}
+
 // A double to float to double round trip is behaviour: with g++ 12's straight-line vectoriser it is
 // lost. 16777217 has no float.
 TEST(RoundingToFloat, SurvivesTheOptimiser) {
-  struct Probe {
-    __attribute__((noinline)) static void shifted(const double* p, double lo, double* b) {
-      const double a[3] = {static_cast<float>(p[0]), static_cast<float>(p[1]),
-                           static_cast<float>(p[2])};
-      for (int i = 0; i < 3; ++i) b[i] = a[i] + lo;
-    }
-  };
   const double p[3] = {16777217.0, 16777219.0, 0.1};
-  double b[3];
+  double out[3];
   // Called through a pointer that could change, or the constants would be folded into the probe.
-  void (*volatile shifted)(const double*, double, double*) = &Probe::shifted;
-  shifted(p, 0.0, b);
-  EXPECT_EQ(b[0], 16777216.0);
-  EXPECT_EQ(b[1], 16777220.0);
-  EXPECT_EQ(b[2], static_cast<double>(0.1F));
+  void (*volatile call)(const double*, double, double*) = &shift;
+  call(p, 0.0, out);
+  EXPECT_EQ(out[0], 16777216.0);
+  EXPECT_EQ(out[1], 16777220.0);
+  EXPECT_EQ(out[2], static_cast<double>(0.1F));
 }
 
-TEST(LocalFrame, FirstAxisStartsAtADifferenceOfOneHundredth) {
-  const cv::Point3d origin(0, 0, 0);
-  EXPECT_FALSE(firstAxis({{0.00999F, 0, 0}, {0, -0.00999F, 0}}, origin));
-  const auto axis = firstAxis({{0.00999F, 0, 0}, {0, -0.0101F, 0}, {1, 0, 0}}, origin);
+TEST(LocalFrame, TakesItsFirstAxisFromOneHundredthOnOrFromTheWorldIfAsked) {
+  EXPECT_FALSE(firstAxis({{0.00999F, 0, 0}, {0, -0.00999F, 0.00999F}}, {}));
+  const auto axis = firstAxis({{0.00999F, 0, 0}, {0, -0.0101F, 0}, {1, 0, 0}}, {});
   ASSERT_TRUE(axis);
   EXPECT_LT(cv::norm(*axis - cv::Vec3d(0, -1, 0)), 1e-12);
-}
+  EXPECT_TRUE(firstAxis({{0, 0, 0.0101F}}, {}));
 
-TEST(LocalFrame, FallsBackOnAWorldAxisOnlyWhenAsked) {
   const std::vector<cv::Point3f> cluster = {{1, 1, 1}, {1, 1.001F, 1}};
-  LocalFrameOptions options;
-  EXPECT_FALSE(localFrame(cluster, {1, 1, 1}, {0, 0, 1}, options));
-  options.no_axis_point = NoAxisPoint::FallbackAxis;
-  const auto frame = localFrame(cluster, {1, 1, 1}, {0, 0, 1}, options);
+  const LocalFrameOptions fallback{NoAxisPoint::FallbackAxis, OppositeCross::AboutFirstNormal};
+  EXPECT_FALSE(localFrame(cluster, {1, 1, 1}, {0, 0, 1}, {}));
+  EXPECT_FALSE(localFrame(cluster, {1, 1, 1}, {0, 0, 0}, fallback));
+  const auto frame = localFrame(cluster, {1, 1, 1}, {0, 0, 1}, fallback);
   ASSERT_TRUE(frame);
   EXPECT_NEAR(cv::norm(toWorld(*frame, 1, 0) - cv::Point3d(2, 1, 1)), 0, 1e-12);
-  EXPECT_FALSE(localFrame(cluster, {1, 1, 1}, {0, 0, 0}, options));
 }
 
 TEST(LocalFrame, KeepsDistancesOfProjectedPoints) {
@@ -198,10 +176,9 @@ TEST(LocalFrame, KeepsDistancesOfProjectedPoints) {
 }
 
 TEST(BoundingRectangle, PassesOverWhatIsNotFinite) {
-  const float nan = std::numeric_limits<float>::quiet_NaN();
   EXPECT_EQ(boundingRectangle({}).size.area(), 0);
-  EXPECT_EQ(boundingRectangle({{nan, 1}}).size.area(), 0);
-  const cv::RotatedRect box = boundingRectangle({{0, 0}, {4, 0}, {nan, 9}, {4, 2}, {0, 2}});
+  EXPECT_EQ(boundingRectangle({{NAN, 1}}).size.area(), 0);
+  const cv::RotatedRect box = boundingRectangle({{0, 0}, {4, 0}, {NAN, 9}, {4, 2}, {0, 2}});
   EXPECT_NEAR(box.size.area(), 8, 1e-4);
 }
 

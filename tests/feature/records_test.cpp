@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <numeric>
 #include <random>
 #include <vector>
 
@@ -31,23 +32,22 @@ using testing::Pointwise;
 
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
+/// Three floats that stand in for an array.
+struct V {
+  float v[3];
+  operator const float*() const { return v; }  // NOLINT: an array converts by itself, too
+};
+
 // No two fields alike, so that a swapped or forgotten one shows.
-const float kCenter[3] = {1, 2, 3};
-const float kNormal[3] = {0, 0.6F, 0.8F};
-const float kMajor[3] = {1, 0, 0};
+const V kCenter{1, 2, 3}, kNormal{0, 0.6F, 0.8F}, kMajor{1, 0, 0}, kZero{0, 0, 0};
 
 std::vector<float> counted(int count) {
-  std::vector<float> values;
-  for (int i = 1; i <= count; ++i) values.push_back(static_cast<float>(i));
+  std::vector<float> values(static_cast<std::size_t>(count));
+  std::iota(values.begin(), values.end(), 1.0F);
   return values;
 }
 
-template <std::size_t Count>
-std::vector<float> fieldsOf(const float (&triple)[Count]) {
-  return {triple, triple + Count};
-}
-
-/// All fields of a record, which are a flat run of floats behind the pointer to its table.
+/// The first fields of a record, which are a flat run of floats behind the pointer to its table.
 template <std::size_t Count, typename Record>
 std::vector<float> floatsOf(const Record& record) {
   std::vector<float> fields(Count);
@@ -55,6 +55,7 @@ std::vector<float> floatsOf(const Record& record) {
               Count * sizeof(float));
   return fields;
 }
+std::vector<float> fieldsOf(const float (&v)[3]) { return {v, v + 3}; }
 std::vector<float> fieldsOf(const XFPoint& f) { return floatsOf<3>(f); }
 std::vector<float> fieldsOf(const XFLine3D& f) { return floatsOf<6>(f); }
 std::vector<float> fieldsOf(const XFLine3D2& f) { return floatsOf<7>(f); }
@@ -66,8 +67,6 @@ std::vector<float> fieldsOf(const XFCone& f) { return floatsOf<16>(f); }
 std::vector<float> fieldsOf(const XFOvalGroove3D& f) { return floatsOf<11>(f); }
 std::vector<float> fieldsOf(const XFRectangle3D& f) { return floatsOf<11>(f); }
 std::vector<float> fieldsOf(const XFRoundGroove3D& f) { return floatsOf<12>(f); }
-
-// --- one claim for every record ------------------------------------------------------------------
 
 template <typename Record>
 void expectVectorForm(int type, int count) {
@@ -93,8 +92,6 @@ TEST(VectorForm, HoldsTheFieldsInOrderAndTakesNoOtherSize) {
   EXPECT_THAT(others, ElementsAre(0, 0, 2, 10));
 }
 
-// --- construction --------------------------------------------------------------------------------
-
 TEST(XFPoint, DistanceTakesTheDifferencesInFloat) {
   // 16777217 has no float: the difference is rounded before it is squared.
   const XFPoint far(16777216.0F, 0, 0);
@@ -106,88 +103,62 @@ TEST(XFPoint, DistanceTakesTheDifferencesInFloat) {
 }
 
 TEST(XFPlane, CarriesItsEquation) {
-  const XFPlane plane(kCenter, kNormal, kMajor, 10, 4);
-  EXPECT_THAT((std::vector<float>{plane.a, plane.b, plane.c}), ElementsAre(0, 0.6F, 0.8F));
-  EXPECT_NEAR(plane.d, -3.6, 1e-6);
-  const XFPlane square(kCenter, kNormal);
-  EXPECT_EQ(square.length, 1.0F);
-  EXPECT_EQ(square.width, 1.0F);
-  EXPECT_EQ(square.d, plane.d);
-  EXPECT_THAT(fieldsOf(square.majorDir), ElementsAre(1, 0, 0));
+  const XFPlane plane(kCenter, kNormal, kMajor, 10, 4), square(kCenter, kNormal);
+  EXPECT_THAT(fieldsOf(plane), ElementsAre(1, 2, 3, 0, 0.6F, 0.8F, 1, 0, 0, 10, 4, 0, 0.6F, 0.8F,
+                                           testing::FloatNear(-3.6F, 1e-6F)));
+  EXPECT_EQ(fieldsOf(square), fieldsOf(XFPlane(kCenter, kNormal, kMajor, 1, 1)));
+  // Summed in float: in double the two large products would leave 1 behind.
+  EXPECT_EQ(XFPlane(V{16777216, 1, 16777216}, V{1, 1, -1}).d, 0.0F);
+  // Of four numbers the center lies on the axis of the largest component; the major direction is
+  // spanned by that component and its neighbour.
+  const float four[4] = {1, -4, 4, 8};
+  const float s = std::sqrt(17.0F);
+  EXPECT_THAT(fieldsOf(XFPlane(four)),
+              Pointwise(FloatNear(1e-6F), {0.0F, 2.0F, 0.0F, 1.0F, -4.0F, 4.0F, 4 / s, 1 / s, 0.0F,
+                                           1.0F, 1.0F, 1.0F, -4.0F, 4.0F, 8.0F}));
 }
 
-TEST(XFPlane, TheOffsetIsSummedInFloat) {
-  // In double the two large products would leave 1 behind.
-  const float center[3] = {16777216.0F, 1, 16777216.0F};
-  const float normal[3] = {1, 1, -1};
-  EXPECT_EQ(XFPlane(center, normal, kMajor, 1, 1).d, 0.0F);
-}
-
-TEST(XFPlane, OfFourNumbersPutsTheCenterOnTheAxisOfTheLargestComponent) {
-  const float equation[4] = {1, -4, 4, 8};
-  const XFPlane plane(equation);
-  EXPECT_THAT(fieldsOf(plane), ElementsAre(0, 2, 0, 1, -4, 4, testing::_, testing::_, testing::_, 1,
-                                           1, 1, -4, 4, 8));
-  // Orthogonal to the normal, in the plane that the largest component and its neighbour span.
-  EXPECT_NEAR(plane.majorDir[0], 4 / std::sqrt(17.0), 1e-6);
-  EXPECT_NEAR(plane.majorDir[1], 1 / std::sqrt(17.0), 1e-6);
-  EXPECT_EQ(plane.majorDir[2], 0.0F);
-}
-
-TEST(XFPlane, CornersRunCounterClockwise) {
-  const float normal[3] = {0, 0, 2};  // its length does not count
+TEST(XFPlane, CornersRunCounterClockwiseAndRoundOnceOnTheWay) {
   XFPoint corners[4];
-  XFPlane(kCenter, normal, kMajor, 10, 4).getCornerPoint(corners);
-  const float expected[4][3] = {{6, 4, 3}, {-4, 4, 3}, {-4, 0, 3}, {6, 0, 3}};
-  for (int i = 0; i < 4; ++i) EXPECT_EQ(fieldsOf(corners[i]), fieldsOf(expected[i]));
+  XFPlane(kCenter, V{0, 0, 2}, kMajor, 10, 4).getCornerPoint(corners);  // of any length
+  const V expected[4] = {{6, 4, 3}, {-4, 4, 3}, {-4, 0, 3}, {6, 0, 3}};
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(fieldsOf(corners[i]), fieldsOf(expected[i].v));
   // A majorDir along the normal has no direction across it: nothing but the length is left.
   XFPlane(kCenter, kMajor, kMajor, 10, 4).getCornerPoint(corners);
   EXPECT_THAT(fieldsOf(corners[0]), ElementsAre(6, 2, 3));
-}
-
-TEST(XFPlane, CornersRoundOnceOnTheWay) {
   // 16777216 + 1 rounds back to even; the second half is lost only if the first one was rounded off.
-  const float center[3] = {16777216.0F, 0, 0};
-  const float oblique[3] = {0, 0, 1};
-  const float diagonal[3] = {1, -1, 0};
-  XFPoint corners[4];
-  XFPlane(center, oblique, diagonal, 2, std::sqrt(2.0F) * 2).getCornerPoint(corners);
+  const V far{16777216, 0, 0}, up{0, 0, 1}, diagonal{1, -1, 0};
+  XFPlane(far, up, diagonal, 2, std::sqrt(2.0F) * 2).getCornerPoint(corners);
   EXPECT_EQ(corners[0].x, 16777216.0F);
-  XFPlane(center, oblique, diagonal, 2, std::sqrt(2.0F) * 4).getCornerPoint(corners);
+  XFPlane(far, up, diagonal, 2, std::sqrt(2.0F) * 4).getCornerPoint(corners);
   EXPECT_EQ(corners[0].x, 16777218.0F);
 }
 
 TEST(Solids, AreMadeFromABaseAndEitherAnAxisOrATop) {
-  const float base[3] = {1, 2, 3};
-  const float axis[3] = {0, 0.6F, 0.8F};
-  const float top[3] = {1, 8, 11};
+  const V top{1, 8, 11};
   const std::vector<float> cylinder = {1, 5, 7, 0, 0.6F, 0.8F, 4, 10, 1, 2, 3, 1, 8, 11};
   const std::vector<float> cone = {1, 14, 19, 0,  0.6F, 0.8F, std::atan(0.2F), 1, 2, 3,
                                    1, 8,  11, 10, 4,    2};
-  EXPECT_THAT(fieldsOf(XFCylinder(base, axis, 4, 10)), Pointwise(FloatNear(1e-6F), cylinder));
-  EXPECT_THAT(fieldsOf(XFCylinder(base, top, 4)), Pointwise(FloatNear(1e-6F), cylinder));
-  EXPECT_THAT(fieldsOf(XFCone(base, axis, 4, 2, 10)), Pointwise(FloatNear(2e-6F), cone));
-  EXPECT_THAT(fieldsOf(XFCone(base, top, 4, 2)), Pointwise(FloatNear(2e-6F), cone));
-  EXPECT_FALSE(std::isfinite(XFCone(base, axis, 4, 4, 10).apex[2]));
-}
-
-TEST(TwoEndConstructors, LeaveTheAxisZeroUpToOneMillionth) {
-  const float base[3] = {0, 0, 0};
-  const float short_top[3] = {0, 0, 1e-6F};  // the float lies just below
-  const float long_top[3] = {0, 0, std::nextafter(1e-6F, 1.0F)};
-  EXPECT_EQ(fieldsOf(XFCylinder(base, short_top, 4)),
-            (std::vector<float>{0, 0, 0, 0, 0, 0, 4, 1e-6F, 0, 0, 0, 0, 0, 1e-6F}));
-  EXPECT_EQ(fieldsOf(XFCone(base, short_top, 4, 2)),
-            (std::vector<float>{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1e-6F, 1e-6F, 4, 2}));
-  EXPECT_EQ(XFCylinder(base, long_top, 4).axis[2], 1.0F);
-  EXPECT_EQ(XFCone(base, long_top, 4, 2).axis[2], 1.0F);
+  EXPECT_THAT(fieldsOf(XFCylinder(kCenter, kNormal, 4, 10)), Pointwise(FloatNear(1e-6F), cylinder));
+  EXPECT_THAT(fieldsOf(XFCylinder(kCenter, top, 4)), Pointwise(FloatNear(1e-6F), cylinder));
+  EXPECT_THAT(fieldsOf(XFCone(kCenter, kNormal, 4, 2, 10)), Pointwise(FloatNear(2e-6F), cone));
+  EXPECT_THAT(fieldsOf(XFCone(kCenter, top, 4, 2)), Pointwise(FloatNear(2e-6F), cone));
+  EXPECT_FALSE(std::isfinite(XFCone(kCenter, kNormal, 4, 4, 10).apex[2]));
+  // Up to one millionth the axis stays zero; the float 1e-6 lies just below.
+  const V low{0, 0, 1e-6F}, high{0, 0, std::nextafter(1e-6F, 1.0F)};
+  EXPECT_THAT(fieldsOf(XFCylinder(kZero, low, 4)),
+              ElementsAre(0, 0, 0, 0, 0, 0, 4, 1e-6F, 0, 0, 0, 0, 0, 1e-6F));
+  EXPECT_THAT(fieldsOf(XFCone(kZero, low, 4, 2)),
+              ElementsAre(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1e-6F, 1e-6F, 4, 2));
+  EXPECT_EQ(XFCylinder(kZero, high, 4).axis[2], 1.0F);
+  EXPECT_EQ(XFCone(kZero, high, 4, 2).axis[2], 1.0F);
 }
 
 TEST(PerpendicularRule, GivesAUnitVectorAcrossTheNormal) {
   std::mt19937 random(5);
   std::normal_distribution<float> normal;
   for (int i = 0; i < 300; ++i) {
-    const float n[3] = {normal(random), normal(random), normal(random)};
+    const V n{normal(random), normal(random), normal(random)};
     const XFCircle3D circle(kCenter, n, 1);
     const float* v = circle.majorDir;
     EXPECT_NEAR(std::hypot(v[0], v[1], v[2]), 1.0, 1e-6);
@@ -196,11 +167,9 @@ TEST(PerpendicularRule, GivesAUnitVectorAcrossTheNormal) {
     EXPECT_EQ(v[z_is_largest ? 1 : 2], 0.0F);
   }
   // The lowest index wins a tie.
-  const float tie[3] = {1, -1, 1};
-  const float tie_of_last[3] = {0, 2, -2};
-  EXPECT_THAT(fieldsOf(XFCircle3D(kCenter, tie, 1).majorDir),
+  EXPECT_THAT(fieldsOf(XFCircle3D(kCenter, V{1, -1, 1}, 1).majorDir),
               Pointwise(FloatNear(1e-7F), {std::sqrt(0.5F), std::sqrt(0.5F), 0.0F}));
-  EXPECT_THAT(fieldsOf(XFCircle3D(kCenter, tie_of_last, 1).majorDir), ElementsAre(1, 0, 0));
+  EXPECT_THAT(fieldsOf(XFCircle3D(kCenter, V{0, 2, -2}, 1).majorDir), ElementsAre(1, 0, 0));
 }
 
 TEST(XFPolyLine, CopiesReversesAndNeverMerges) {
@@ -213,9 +182,7 @@ TEST(XFPolyLine, CopiesReversesAndNeverMerges) {
   copy.points[0].x = 70;
   EXPECT_EQ(line.points[2].x, 7.0F);
   EXPECT_EQ(fieldsOf(copy.points[2]), fieldsOf(line.points[0]));
-  for (std::size_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(fieldsOf(line.invert().points[i]), fieldsOf(line.points[2 - i]));
-  }
+  EXPECT_THAT(fieldsOf(line.invert().points[0]), ElementsAre(7, 8, 9));
   copy.merge(line);
   EXPECT_EQ(copy.points.size(), 3U);
   EXPECT_EQ(XFPolyLine(line.points.data(), 2).points.size(), 2U);
@@ -227,12 +194,8 @@ TEST(XFPolyLine, CopiesReversesAndNeverMerges) {
   EXPECT_TRUE(XFPolyLine(static_cast<const XFPoint*>(nullptr), 3).points.empty());
 }
 
-// --- the two line forms --------------------------------------------------------------------------
-
 TEST(LineForms, ConvertByThemselves) {
-  const float start[3] = {1, 2, 3};
-  const float end[3] = {1, 8, 11};
-  const XFLine3D segment(start, end);
+  const XFLine3D segment(kCenter, V{1, 8, 11});
   const XFLine3D2 line = segment;
   EXPECT_THAT(fieldsOf(line),
               Pointwise(FloatNear(1e-6F), {1.0F, 5.0F, 7.0F, 0.0F, 0.6F, 0.8F, 10.0F}));
@@ -243,33 +206,25 @@ TEST(LineForms, ConvertByThemselves) {
   segment.getLine(other);
   EXPECT_EQ(fieldsOf(other), fieldsOf(line));
   other.getLine(back);
-  XFPoint p;
-  other.getEndPoint(p);
-  EXPECT_EQ(fieldsOf(p), fieldsOf(back.end));
-  other.getStartPoint(p);
-  EXPECT_EQ(fieldsOf(p), fieldsOf(back.start));
-  segment.getCenterPoint(p);
-  EXPECT_THAT(fieldsOf(p), ElementsAre(1, 5, 7));
-  const float along_y[3] = {0, 2, 0};  // stays as long as it is
-  EXPECT_THAT(fieldsOf(XFLine3D2(start, along_y, 10, 0)), ElementsAre(1, 12, 3, 0, 2, 0, 10));
+  XFPoint start, end, center;
+  other.getStartPoint(start);
+  other.getEndPoint(end);
+  segment.getCenterPoint(center);
+  EXPECT_EQ(fieldsOf(start), fieldsOf(back.start));
+  EXPECT_EQ(fieldsOf(end), fieldsOf(back.end));
+  EXPECT_THAT(fieldsOf(center), ElementsAre(1, 5, 7));
+  // From the start, with a direction that stays as long as it is.
+  EXPECT_THAT(fieldsOf(XFLine3D2(kCenter, V{0, 2, 0}, 10, 0)), ElementsAre(1, 12, 3, 0, 2, 0, 10));
 }
 
-TEST(LineForms, ADirectionOfOneMillionthIsNotDivided) {
-  const float start[3] = {0, 0, 0};
-  const float below[3] = {1e-6F, 0, 0};
-  const float above[3] = {std::nextafter(1e-6F, 1.0F), 0, 0};
-  EXPECT_EQ(XFLine3D2(XFLine3D(start, below)).dir[0], 1e-6F);
-  EXPECT_EQ(XFLine3D2(XFLine3D(start, above)).dir[0], 1.0F);
-  EXPECT_THAT(fieldsOf(XFLine3D2(XFLine3D(kCenter, kCenter))), ElementsAre(1, 2, 3, 0, 0, 0, 0));
+TEST(LineForms, DivideALengthInFloatAboveOneMillionth) {
+  const auto between = [](const V& a, const V& b) { return XFLine3D2(XFLine3D(a, b)); };
+  EXPECT_EQ(between(kZero, V{1e-6F, 0, 0}).dir[0], 1e-6F);
+  EXPECT_EQ(between(kZero, V{std::nextafter(1e-6F, 1.0F), 0, 0}).dir[0], 1.0F);
+  EXPECT_THAT(fieldsOf(between(kCenter, kCenter)), ElementsAre(1, 2, 3, 0, 0, 0, 0));
+  // Summed in double the root is 12988.1846.
+  EXPECT_EQ(between(kZero, V{4170, 9971, 7203}).length, 12988.1855F);
 }
-
-TEST(LineForms, TheLengthIsTheRootOfAFloatSum) {
-  const float start[3] = {0, 0, 0};
-  const float end[3] = {4170, 9971, 7203};  // summed in double the root is 12988.1846
-  EXPECT_EQ(XFLine3D2(XFLine3D(start, end)).length, 12988.1855F);
-}
-
-// --- derived lines and planes --------------------------------------------------------------------
 
 template <typename Record>
 std::vector<std::vector<float>> derivedFrom(const Record& record) {
@@ -291,65 +246,51 @@ TEST(DerivedRecords, OfTheFlatShapesHaveTheirOverallSize) {
   EXPECT_EQ(derivedFrom(XFOvalGroove3D(kCenter, kNormal, kMajor, 10, 5)), expected(30, 10));
   EXPECT_EQ(derivedFrom(XFRectangle3D(kCenter, kNormal, kMajor, 20, 10)), expected(40, 20));
   EXPECT_EQ(derivedFrom(XFRoundGroove3D(kCenter, kNormal, kMajor, 21, 11, 2.5F)), expected(42, 22));
-  const float own[3] = {0, 0.8F, -0.6F};  // which the plane does not take over
+  const XFCircle3D circle(kCenter, kNormal, V{0, 0.8F, -0.6F}, 6);
   XFLine3D2 line;
   XFPlane plane;
-  XFCircle3D(kCenter, kNormal, own, 6).getLine(line);
-  XFCircle3D(kCenter, kNormal, own, 6).getPlane(plane);
+  circle.getLine(line);
+  circle.getPlane(plane);  // which does not take the circle's majorDir over
   EXPECT_EQ(fieldsOf(line), expected(12, 12)[0]);
   EXPECT_EQ(fieldsOf(plane), expected(12, 12)[2]);
 }
 
 TEST(DerivedRecords, OfTheSolidsAreTheirAxes) {
-  const float base[3] = {0, 0, 10};
-  const float axis[3] = {0, 0, 1};
-  XFLine3D2 line;
-  XFCylinder(base, axis, 3, 8).getLine(line);
-  EXPECT_THAT(fieldsOf(line), ElementsAre(0, 0, 14, 0, 0, 1, 8));
-  const XFCone cone(base, axis, 4, 2, 8);
-  cone.getLine(line);
-  EXPECT_THAT(fieldsOf(line), ElementsAre(0, 0, 14, 0, 0, 1, 8));
+  const XFCone cone(kCenter, V{0, 0, 1}, 4, 2, 8);
+  XFLine3D2 lines[2];
+  XFCylinder(kCenter, V{0, 0, 1}, 3, 8).getLine(lines[0]);
+  cone.getLine(lines[1]);
+  for (const auto& line : lines) EXPECT_THAT(fieldsOf(line), ElementsAre(1, 2, 7, 0, 0, 1, 8));
   XFPoint middle, apex, top;
   cone.getCenterPoint(middle);
   cone.getApexPoint(apex);
   cone.getTopPoint(top);
-  EXPECT_THAT((std::vector<float>{middle.z, apex.z, top.z}), ElementsAre(14, 26, 18));
+  EXPECT_THAT((std::vector<float>{middle.z, apex.z, top.z}), ElementsAre(7, 19, 11));
 }
 
-// --- reversal ------------------------------------------------------------------------------------
-
-/// Checks that inv and invert agree, that fields first to first + count - 1 change their sign and
-/// that nothing else changes.
 template <typename Record>
-void expectNegated(const Record& record, std::vector<std::pair<int, int>> ranges) {
-  std::vector<float> expected = fieldsOf(record);
-  for (const auto& [first, count] : ranges) {
-    for (int i = first; i < first + count; ++i) expected[static_cast<std::size_t>(i)] *= -1;
-  }
+void expectReversed(Record record, const std::vector<float>& expected) {
   EXPECT_EQ(fieldsOf(record.invert()), expected);
-  Record in_place = record;
-  in_place.inv();
-  EXPECT_EQ(fieldsOf(in_place), expected);
+  record.inv();
+  EXPECT_EQ(fieldsOf(record), expected);
 }
 
-TEST(Reversal, NegatesTheDirectionAlone) {
-  expectNegated(XFCircle3D(counted(10)), {{3, 3}});
-  expectNegated(XFOvalGroove3D(counted(11)), {{3, 3}});
-  expectNegated(XFRectangle3D(counted(11)), {{3, 3}});
-  expectNegated(XFRoundGroove3D(counted(12)), {{3, 3}});
-  expectNegated(XFLine3D2(counted(7)), {{3, 3}});
-  expectNegated(XFPlane(kCenter, kNormal, kMajor, 10, 4), {{3, 3}, {11, 4}});
+TEST(Reversal, NegatesTheDirectionAloneOrSwapsTheEnds) {
+  // Fields 3 to 5.
+  const auto negated = [](std::vector<float> fields) {
+    for (std::size_t i = 3; i < 6; ++i) fields[i] = -fields[i];
+    return fields;
+  };
+  expectReversed(XFCircle3D(counted(10)), negated(counted(10)));
+  expectReversed(XFOvalGroove3D(counted(11)), negated(counted(11)));
+  expectReversed(XFRectangle3D(counted(11)), negated(counted(11)));
+  expectReversed(XFRoundGroove3D(counted(12)), negated(counted(12)));
+  expectReversed(XFLine3D2(counted(7)), negated(counted(7)));
+  expectReversed(XFLine3D(counted(6)), {4, 5, 6, 1, 2, 3});
+  expectReversed(XFCylinder(counted(14)), {1, 2, 3, -4, -5, -6, 7, 8, 12, 13, 14, 9, 10, 11});
+  const XFPlane plane(kCenter, kMajor, kNormal, 10, 4);
+  expectReversed(plane, {1, 2, 3, -1, 0, 0, 0, 0.6F, 0.8F, 10, 4, -1, 0, 0, 1});
 }
-
-TEST(Reversal, SwapsTheEnds) {
-  const XFCylinder cylinder(counted(14));
-  EXPECT_THAT(fieldsOf(cylinder.invert()),
-              ElementsAre(1, 2, 3, -4, -5, -6, 7, 8, 12, 13, 14, 9, 10, 11));
-  const XFLine3D line(counted(6));
-  EXPECT_THAT(fieldsOf(line.invert()), ElementsAre(4, 5, 6, 1, 2, 3));
-}
-
-// --- equality ------------------------------------------------------------------------------------
 
 constexpr float kWithin = 0.0099999F;
 constexpr float kBeyond = 0.0100001F;
@@ -402,24 +343,16 @@ TEST(Equality, OfSegmentsTakesTheEndsInEitherOrder) {
   EXPECT_FALSE(twice == line);
 }
 
-// --- attributes and the members of the base ------------------------------------------------------
-
 TEST(XAngleAttributes, RoundsTheQuotientToFloatOnOneWayOnly) {
-  float out = 0;
-  XAngleAttributes::Angle2Radian(7.0F, out);
-  const float seven_over_180 = 7.0F / 180.0F;
-  EXPECT_EQ(out, static_cast<float>(static_cast<double>(seven_over_180) * std::acos(-1.0)));
-  int differs_from_double = 0;
   for (int i = 1; i < 360; ++i) {
-    XAngleAttributes::Angle2Radian(static_cast<float>(i), out);
-    differs_from_double += out != static_cast<float>(i / 180.0 * std::acos(-1.0)) ? 1 : 0;
-    float back = 0;
-    XAngleAttributes::Radian2Angle(out, back);
-    EXPECT_NEAR(back, i, 4e-5);
+    const float degrees = static_cast<float>(i);
+    const float half_turns = degrees / 180;
+    float radians, back;
+    XAngleAttributes::Angle2Radian(degrees, radians);
+    EXPECT_EQ(radians, static_cast<float>(half_turns * std::acos(-1.0)));
+    XAngleAttributes::Radian2Angle(radians, back);
+    EXPECT_EQ(back, static_cast<float>(radians / std::acos(-1.0) * 180));
   }
-  EXPECT_GT(differs_from_double, 0);
-  XAngleAttributes::Radian2Angle(0.5F, out);
-  EXPECT_EQ(out, 28.647889756541161F);
   EXPECT_EQ(XAngleAttributes(3.0F).angle, 3.0F);
 }
 
@@ -468,14 +401,13 @@ TEST(XFBase, LeavesTheMatrixAloneWhereThereIsNoDirection) {
 }
 
 TEST(XFBase, RotatesRightHandedInDegreesOrRadians) {
-  const float axis[3] = {0, 0, 4};
-  double degrees[9];
-  double radians[9];
-  EXPECT_EQ(XFBase::getRotationMatrix(axis, 30.0F, degrees, true), 0);
-  EXPECT_EQ(XFBase::getRotationMatrix(axis, static_cast<float>(CV_PI / 6), radians, false), 0);
+  const V axis{0, 0, 4};
   const double expected[9] = {std::sqrt(0.75), -0.5, 0, 0.5, std::sqrt(0.75), 0, 0, 0, 1};
-  EXPECT_THAT(degrees, Pointwise(testing::DoubleNear(1e-12), expected));
-  EXPECT_THAT(radians, Pointwise(testing::DoubleNear(1e-7), expected));
+  double r[9];
+  EXPECT_EQ(XFBase::getRotationMatrix(axis, 30.0F, r, true), 0);
+  EXPECT_THAT(r, Pointwise(testing::DoubleNear(1e-12), expected));
+  EXPECT_EQ(XFBase::getRotationMatrix(axis, static_cast<float>(CV_PI / 6), r, false), 0);
+  EXPECT_THAT(r, Pointwise(testing::DoubleNear(1e-7), expected));
 }
 
 }  // namespace
