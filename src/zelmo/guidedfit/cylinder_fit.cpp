@@ -7,14 +7,14 @@
 #include <cmath>
 #include <optional>
 
+#include "zelmo/feature/internal/derived_values.h"
 #include "zelmo/guidedfit/internal/guided_limits.h"
 #include "zelmo/guidedfit/internal/probe_compensation.h"
+#include "zelmo/internal/axis_candidates.h"
+#include "zelmo/internal/direction.h"
 #include "zelmo/internal/objective.h"
 #include "zelmo/internal/regression.h"
 #include "zelmo/internal/residuals.h"
-#include "zelmo/lmfit/internal/derived_values.h"
-#include "zelmo/simplex/internal/axis_candidates.h"
-#include "zelmo/simplex/internal/direction.h"
 
 namespace xgeofit {
 namespace {
@@ -31,17 +31,10 @@ ZELMO_MULTIVERSION double cylinderSquareSum(const in::PointView& points, const d
   return in::laneSumOffAxisPoint(points, in::Squared<in::CylinderDistance>{cylinder});
 }
 
-/// What the objective reads, and the value that it gave last: a candidate axis is judged by the
-/// last evaluation of its descent, not by the smallest.
-struct Evaluations {
-  in::PointView points;
-  mutable double last = 0.0;
-};
-
 /// Descends from one principal axis; its spread stands in for the radius.
 /// \return the value that the candidate is judged by
 double descendFrom(const in::PrincipalAxes& axes, int row, in::SimplexState& simplex,
-                   const Evaluations& evaluations, double* p) {
+                   const in::Evaluations& evaluations, double* p) {
   const cv::Vec3d axis = axes.axis(row);
   for (int k = 0; k < 3; ++k) {
     p[k] = axes.centroid[k];
@@ -72,7 +65,7 @@ int fitCompensated(XCylinderFit& fit, const in::PointView& points, const in::Pro
 XCylinderFit::XCylinderFit() : m_simplex(7, in::kGuidedIterations, &Distance_LeastSquare) {}
 
 int XCylinderFit::Fit(const float* points, const float* /*normals*/, const int& count) {
-  const Evaluations evaluations{in::PointView(points, count)};
+  const in::Evaluations evaluations{in::PointView(points, count)};
   if (evaluations.points.count() < kMinCount) return kFailed;
   const in::PrincipalAxes axes = in::principalAxes(evaluations.points, in::OffsetRounding::ToFloat);
   std::array<double, in::kCandidateValues> p{};
@@ -101,7 +94,7 @@ int XCylinderFit::Fit(const float* points, const float* normals, const int& coun
 }
 
 double XCylinderFit::Distance_LeastSquare(const gsl_vector* v, void* params) {
-  const auto& evaluations = *static_cast<const Evaluations*>(params);
+  const auto& evaluations = *static_cast<const in::Evaluations*>(params);
   evaluations.last = cylinderSquareSum(evaluations.points, in::valuesOf<7>(v).data());
   return evaluations.last;
 }

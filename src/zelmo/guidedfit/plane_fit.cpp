@@ -6,11 +6,11 @@
 #include <cmath>
 #include <functional>
 
+#include "zelmo/feature/internal/derived_values.h"
 #include "zelmo/guidedfit/internal/guided_limits.h"
 #include "zelmo/internal/objective.h"
 #include "zelmo/internal/regression.h"
 #include "zelmo/internal/residuals.h"
-#include "zelmo/lmfit/internal/derived_values.h"
 
 namespace xgeofit {
 namespace {

@@ -28,4 +28,12 @@ struct AxisExtent {
 AxisExtent axisExtent(const PointView& points, const cv::Vec3f& origin, const cv::Vec3d& direction,
                       OffsetRounding rounding = OffsetRounding::ToFloat);
 
+/// The same along the axis of a damped or guided fit, whose fields are floats.
+/// \param[in] origin float[3]
+/// \param[in] axis float[3]
+inline AxisExtent extentAlong(const PointView& points, const float* origin, const float* axis) {
+  return axisExtent(points, {origin[0], origin[1], origin[2]}, {axis[0], axis[1], axis[2]},
+                    OffsetRounding::None);
+}
+
 }  // namespace zelmo::internal

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "zelmo/internal/axis_extent.h"
 #include "zelmo/lmfit/internal/axis_values.h"
 #include "zelmo/lmfit/internal/consensus_seed.h"
 #include "zelmo/lmfit/internal/residual_kernels.h"
@@ -45,7 +46,7 @@ int XConeFitLM::Fit(const float* points, const float* normals, const int& count)
   if (!seed) return -1;
   residualFunction = Fit_Function;
   const int result = Fit_LM(points, count, seed->data(), nullptr, kParameterCount);
-  zi::storeAxis(seed->data(), apex, axis);
+  zi::storePointAndAxis(seed->data(), apex, axis);
   halfAngle = static_cast<float>((*seed)[6]);
   getValue(points, normals, count);
   return result;

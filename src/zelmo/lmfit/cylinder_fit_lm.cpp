@@ -5,9 +5,10 @@
 #include <algorithm>
 
 #include "zelmo/feature/frame_toolkit.h"
+#include "zelmo/feature/internal/derived_values.h"
 #include "zelmo/internal/console.h"
+#include "zelmo/lmfit/internal/axis_values.h"
 #include "zelmo/lmfit/internal/consensus_seed.h"
-#include "zelmo/lmfit/internal/derived_values.h"
 #include "zelmo/lmfit/internal/fit_stages.h"
 #include "zelmo/lmfit/internal/residual_kernels.h"
 
@@ -98,7 +99,7 @@ void XCylinderFitLM::paramsOf(double* params) const {
 }
 
 void XCylinderFitLM::storeParams(const double* params) {
-  zi::storeAxis(params, center, axis);
+  zi::storePointAndAxis(params, center, axis);
   radius = static_cast<float>(params[6]);
 }
 

@@ -7,9 +7,9 @@
 #include <cmath>
 
 #include "zelmo/feature/frame_toolkit.h"
+#include "zelmo/feature/internal/derived_values.h"
 #include "zelmo/internal/normal_vote.h"
 #include "zelmo/internal/regression.h"
-#include "zelmo/lmfit/internal/derived_values.h"
 #include "zelmo/lmfit/internal/fit_stages.h"
 #include "zelmo/lmfit/internal/residual_kernels.h"
 

@@ -5,14 +5,15 @@
 #include <algorithm>
 #include <cmath>
 
+#include "zelmo/internal/axis_candidates.h"
 #include "zelmo/internal/axis_extent.h"
 #include "zelmo/internal/console.h"
+#include "zelmo/internal/direction.h"
 #include "zelmo/internal/objective.h"
 #include "zelmo/internal/regression.h"
 #include "zelmo/internal/residuals.h"
-#include "zelmo/simplex/internal/axis_candidates.h"
 #include "zelmo/simplex/internal/cone_sums.h"
-#include "zelmo/simplex/internal/direction.h"
+#include "zelmo/simplex/internal/published_value.h"
 
 namespace x3dfit {
 
@@ -72,14 +73,15 @@ double XConeFit::m_optimal_value_cone = 0.0;
 XConeFit::XConeFit() : m_simplex(kDimension, kMaxIterations, Distance_LeastAbsDev) {}
 
 double XConeFit::Distance_LeastSquare(const gsl_vector* v, void* params) {
-  const double sum = coneSquareSum(*static_cast<const PointView*>(params), coneOf(v));
+  const auto& evaluations = *static_cast<const Evaluations*>(params);
+  evaluations.last = coneSquareSum(evaluations.points, coneOf(v));
   // CONTRACT: the class keeps the value of the last evaluation, for all its objects.
-  publish(m_optimal_value_cone, sum);
-  return sum;
+  publish(m_optimal_value_cone, evaluations.last);
+  return evaluations.last;
 }
 
 double XConeFit::Distance_LeastAbsDev(const gsl_vector* v, void* params) {
-  return coneAbsSum(*static_cast<const PointView*>(params), coneOf(v));
+  return coneAbsSum(static_cast<const Evaluations*>(params)->points, coneOf(v));
 }
 
 bool XConeFit::getInitialValue(const PointView& points, double* p) {
@@ -87,8 +89,8 @@ bool XConeFit::getInitialValue(const PointView& points, double* p) {
   return true;
 }
 
-int XConeFit::descend(const PointView& points, double* p) {
-  const int iterations = m_simplex.descend(&points, p, largestMagnitude(p + 3) / 10.0);
+int XConeFit::descend(const Evaluations& evaluations, double* p) {
+  const int iterations = m_simplex.descend(&evaluations, p, largestMagnitude(p + 3) / 10.0);
   normaliseDirection(p + 3);
   return iterations;
 }
@@ -98,7 +100,7 @@ bool XConeFit::fitView(const PointView& points, double* p, FitMethod method) {
   // CONTRACT: any other method, Chebyshev too, goes on with the objective that the object holds.
   if (method == LeastSquare) m_simplex.setObjective(Distance_LeastSquare);
   if (method == LeastAbsDev) m_simplex.setObjective(Distance_LeastAbsDev);
-  const int iterations = descend(points, p);
+  const int iterations = descend({points}, p);
   // CONTRACT: this line is part of the behaviour.
   ConsoleText() << "iter:" << iterations << '\n';
   return true;
@@ -115,13 +117,13 @@ bool XConeFit::Fit(const float* points, const int& count, double* const params, 
 // CONTRACT: the method is ignored, Fit2 always runs least squares.
 bool XConeFit::Fit2(const float* points, const int& count, double* const params,
                     FitMethod /*method*/) {
-  const PointView view(points, count);
-  const PrincipalAxes axes = principalAxes(view, OffsetRounding::ToFloat);
+  const Evaluations evaluations{PointView(points, count)};
+  const PrincipalAxes axes = principalAxes(evaluations.points, OffsetRounding::ToFloat);
   m_simplex.setObjective(Distance_LeastSquare);
   keepBestAxis(params, [&](int axis, double* p) {
-    startFrom(axes, axis, view, p);
-    descend(view, p);
-    return published(m_optimal_value_cone);
+    startFrom(axes, axis, evaluations.points, p);
+    descend(evaluations, p);
+    return evaluations.last;
   });
   return true;
 }

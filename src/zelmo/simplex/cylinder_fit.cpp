@@ -5,12 +5,13 @@
 #include <algorithm>
 #include <cmath>
 
+#include "zelmo/internal/axis_candidates.h"
 #include "zelmo/internal/axis_extent.h"
+#include "zelmo/internal/direction.h"
 #include "zelmo/internal/objective.h"
 #include "zelmo/internal/regression.h"
 #include "zelmo/internal/residuals.h"
-#include "zelmo/simplex/internal/axis_candidates.h"
-#include "zelmo/simplex/internal/direction.h"
+#include "zelmo/simplex/internal/published_value.h"
 
 namespace x3dfit {
 
@@ -55,18 +56,19 @@ double XCylinderFit::m_optimal_value = 0.0;
 XCylinderFit::XCylinderFit() : m_simplex(kDimension, kMaxIterations, Distance_LeastAbsDev) {}
 
 double XCylinderFit::Distance_LeastSquare(const gsl_vector* v, void* params) {
-  const double sum = squareSum(*static_cast<const PointView*>(params), cylinderOf(v));
+  const auto& evaluations = *static_cast<const Evaluations*>(params);
+  evaluations.last = squareSum(evaluations.points, cylinderOf(v));
   // CONTRACT: the class keeps the value of the last evaluation, for all its objects.
-  publish(m_optimal_value, sum);
-  return sum;
+  publish(m_optimal_value, evaluations.last);
+  return evaluations.last;
 }
 
 double XCylinderFit::Distance_LeastAbsDev(const gsl_vector* v, void* params) {
-  return plainSum(*static_cast<const PointView*>(params), cylinderOf(v));
+  return plainSum(static_cast<const Evaluations*>(params)->points, cylinderOf(v));
 }
 
 double XCylinderFit::Chebyshev_MaxDistance(const gsl_vector* v, void* params) {
-  return largest(*static_cast<const PointView*>(params), cylinderOf(v));
+  return largest(static_cast<const Evaluations*>(params)->points, cylinderOf(v));
 }
 
 bool XCylinderFit::getInitialValue(const PointView& points, double* p) {
@@ -81,10 +83,10 @@ void XCylinderFit::calcCylinderHeight_Center(const PointView& points, double* p)
   for (int i = 0; i < 3; ++i) p[i] = origin[i] + p[3 + i] * extent.middle();
 }
 
-void XCylinderFit::descend(const PointView& points, double* p, double step) {
-  m_simplex.descend(&points, p, step);
+void XCylinderFit::descend(const Evaluations& evaluations, double* p, double step) {
+  m_simplex.descend(&evaluations, p, step);
   normaliseDirection(p + 3);
-  calcCylinderHeight_Center(points, p);
+  calcCylinderHeight_Center(evaluations.points, p);
 }
 
 bool XCylinderFit::fitView(const PointView& points, double* p, FitMethod method) {
@@ -92,7 +94,7 @@ bool XCylinderFit::fitView(const PointView& points, double* p, FitMethod method)
   m_simplex.setObjective(method == LeastSquare ? Distance_LeastSquare
                          : method == Chebyshev ? Chebyshev_MaxDistance
                                                : Distance_LeastAbsDev);
-  descend(points, p, p[6] / 10.0);
+  descend({points}, p, p[6] / 10.0);
   return true;
 }
 
@@ -107,15 +109,15 @@ bool XCylinderFit::Fit(const float* points, const int& count, double* const para
 }
 
 bool XCylinderFit::Fit2(const float* points, const int& count, double* const params) {
-  const PointView view(points, count);
-  const PrincipalAxes axes = principalAxes(view, OffsetRounding::ToFloat);
+  const Evaluations evaluations{PointView(points, count)};
+  const PrincipalAxes axes = principalAxes(evaluations.points, OffsetRounding::ToFloat);
   m_simplex.setObjective(Distance_LeastSquare);
   // CONTRACT: the limit of 1000 stays with the object.
   m_simplex.setMaxIter(kMaxIterationsOfCandidate);
   keepBestAxis(params, [&](int axis, double* p) {
-    startFrom(axes, axis, axis, view.count(), p);
-    descend(view, p, p[6] / 50.0);
-    return published(m_optimal_value);
+    startFrom(axes, axis, axis, evaluations.points.count(), p);
+    descend(evaluations, p, p[6] / 50.0);
+    return evaluations.last;
   });
   return true;
 }

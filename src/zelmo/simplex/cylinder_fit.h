@@ -13,15 +13,15 @@
 
 namespace zelmo::internal {
 class PointView;
+struct Evaluations;
 }  // namespace zelmo::internal
 
 namespace x3dfit {
 
 /// Fits a cylinder to measured points.
 ///
-/// Reusable for any number of fits; one object serves one thread at a time. Fit may run on different
-/// objects at once, Fit2 may not (see m_optimal_value). A copy shares the original's minimiser, and
-/// both may be used in turn.
+/// Reusable for any number of fits; one object serves one thread at a time, different objects may
+/// work at once. A copy shares the original's minimiser, and both may be used in turn.
 class ZELMO_EXPORT XCylinderFit : public X3DFit {
  public:
   /// The sum of squared distances at the last evaluation, by whatever object of the class.
@@ -73,7 +73,7 @@ class ZELMO_EXPORT XCylinderFit : public X3DFit {
 
   bool getInitialValue(const zelmo::internal::PointView& points, double* p);
   void calcCylinderHeight_Center(const zelmo::internal::PointView& points, double* p);
-  void descend(const zelmo::internal::PointView& points, double* p, double step);
+  void descend(const zelmo::internal::Evaluations& evaluations, double* p, double step);
   bool fitView(const zelmo::internal::PointView& points, double* p, FitMethod method);
 
   zelmo::internal::SimplexState m_simplex;

@@ -3,10 +3,10 @@
 #include "zelmo/simplex/line_fit.h"
 
 #include "zelmo/internal/axis_extent.h"
+#include "zelmo/internal/direction.h"
 #include "zelmo/internal/objective.h"
 #include "zelmo/internal/regression.h"
 #include "zelmo/internal/residuals.h"
-#include "zelmo/simplex/internal/direction.h"
 
 namespace x3dfit {
 

@@ -6,10 +6,10 @@
 #include <cmath>
 
 #include "zelmo/feature/internal/local_frame.h"
+#include "zelmo/internal/direction.h"
 #include "zelmo/internal/objective.h"
 #include "zelmo/internal/regression.h"
 #include "zelmo/internal/residuals.h"
-#include "zelmo/simplex/internal/direction.h"
 
 namespace x3dfit {
 

@@ -6,7 +6,7 @@
 
 namespace zelmo::internal {
 
-void storeAxis(const double* params, float* point, float* axis) {
+void storePointAndAxis(const double* params, float* point, float* axis) {
   constexpr double kNoAxis = 0.0001;
   const double* u = params + 3;
   const float norm = static_cast<float>(std::sqrt(u[0] * u[0] + u[1] * u[1] + u[2] * u[2]));
@@ -15,11 +15,6 @@ void storeAxis(const double* params, float* point, float* axis) {
     point[i] = static_cast<float>(params[i]);
     axis[i] = static_cast<float>(u[i] * scale);
   }
-}
-
-AxisExtent extentAlong(const PointView& points, const float* origin, const float* axis) {
-  return axisExtent(points, {origin[0], origin[1], origin[2]}, {axis[0], axis[1], axis[2]},
-                    OffsetRounding::None);
 }
 
 }  // namespace zelmo::internal

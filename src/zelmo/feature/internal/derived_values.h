@@ -5,8 +5,8 @@
 #include <algorithm>
 
 #include "zelmo/feature/internal/plane_extent.h"
+#include "zelmo/internal/axis_extent.h"
 #include "zelmo/internal/normal_vote.h"
-#include "zelmo/lmfit/internal/axis_values.h"
 
 /// \file
 /// What damped and guided fits derive from a fitted feature and its points. The classes have these

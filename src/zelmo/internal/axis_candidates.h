@@ -5,18 +5,16 @@
 #include <algorithm>
 #include <array>
 
+#include "zelmo/internal/array_view.h"
+
 namespace zelmo::internal {
 
-/// The objective value that a fit class publishes for all its objects. Atomic, so that fits on two
-/// threads leave one of their values and not a torn one.
-inline void publish(double& shared, double value) {
-  __atomic_store(&shared, &value, __ATOMIC_RELAXED);
-}
-inline double published(double& shared) {
-  double value = 0.0;
-  __atomic_load(&shared, &value, __ATOMIC_RELAXED);
-  return value;
-}
+/// What the objective of a candidate axis reads, and the value that it gave last: a candidate is
+/// judged by the last evaluation of its descent, not by the smallest.
+struct Evaluations {
+  PointView points;
+  mutable double last = 0.0;
+};
 
 constexpr std::size_t kCandidateValues = 8;
 
