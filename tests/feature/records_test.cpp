@@ -144,14 +144,14 @@ TEST(Solids, AreMadeFromABaseAndEitherAnAxisOrATop) {
   EXPECT_THAT(fieldsOf(XFCone(kCenter, kNormal, 4, 2, 10)), Pointwise(FloatNear(2e-6F), cone));
   EXPECT_THAT(fieldsOf(XFCone(kCenter, top, 4, 2)), Pointwise(FloatNear(2e-6F), cone));
   EXPECT_FALSE(std::isfinite(XFCone(kCenter, kNormal, 4, 4, 10).apex[2]));
-  // Up to one millionth the axis stays zero; the float 1e-6 lies just below.
-  const V low{0, 0, 1e-6F}, high{0, 0, std::nextafter(1e-6F, 1.0F)};
-  EXPECT_THAT(fieldsOf(XFCylinder(kZero, low, 4)),
-              ElementsAre(0, 0, 0, 0, 0, 0, 4, 1e-6F, 0, 0, 0, 0, 0, 1e-6F));
-  EXPECT_THAT(fieldsOf(XFCone(kZero, low, 4, 2)),
-              ElementsAre(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1e-6F, 1e-6F, 4, 2));
-  EXPECT_EQ(XFCylinder(kZero, high, 4).axis[2], 1.0F);
-  EXPECT_EQ(XFCone(kZero, high, 4, 2).axis[2], 1.0F);
+  // Up to one millionth axis and center or apex stay zero; the float 1e-6 lies just below.
+  const V base{1, 2, 0}, low{1, 2, 1e-6F}, high{1, 2, std::nextafter(1e-6F, 1.0F)};
+  EXPECT_THAT(fieldsOf(XFCylinder(base, low, 4)),
+              ElementsAre(0, 0, 0, 0, 0, 0, 4, 1e-6F, 1, 2, 0, 1, 2, 1e-6F));
+  EXPECT_THAT(fieldsOf(XFCone(base, low, 4, 2)),
+              ElementsAre(0, 0, 0, 0, 0, 0, 0, 1, 2, 0, 1, 2, 1e-6F, 1e-6F, 4, 2));
+  EXPECT_EQ(XFCylinder(base, high, 4).axis[2], 1.0F);
+  EXPECT_EQ(XFCone(base, high, 4, 2).axis[2], 1.0F);
 }
 
 TEST(PerpendicularRule, GivesAUnitVectorAcrossTheNormal) {
@@ -365,27 +365,26 @@ struct Exposed : XFBase {
 TEST(XFBase, MirrorsAtLinePlaneAndPointAsTheClosedFormsDo) {
   std::mt19937 random(3);
   std::normal_distribution<float> bell;
-  const auto expectMap = [](const double* rt, const cv::Matx33d& r, const cv::Vec3d& p) {
-    const cv::Vec3d t = p - r * p;
-    for (int i = 0; i < 3; ++i) {
-      for (int j = 0; j < 3; ++j) EXPECT_NEAR(rt[4 * i + j], r(i, j), 1e-9);
-      EXPECT_NEAR(rt[4 * i + 3], t[i], 1e-6);
-      EXPECT_EQ(rt[12 + i], 0.0);
-    }
-    EXPECT_EQ(rt[15], 1.0);
-  };
   for (int i = 0; i < 100; ++i) {
     float at[6];
     for (float& value : at) value = 50 * bell(random);
     const cv::Vec3d p(at[0], at[1], at[2]), d = cv::normalize(cv::Vec3d(at[3], at[4], at[5]));
     const cv::Matx33d one = cv::Matx33d::eye(), outer = d * d.t();
-    double rt[16];
-    Exposed::getMatRT_LineSymmetry(at, rt);
-    expectMap(rt, 2.0 * outer - one, p);
-    Exposed::getMatRT_PlaneSymmetry(at, rt);
-    expectMap(rt, one - 2.0 * outer, p);
-    Exposed::getMatRT_PointSymmetry(at, rt);
-    expectMap(rt, -1.0 * one, p);
+    cv::Matx44d rt;
+    const auto expectMap = [&](const cv::Matx33d& r) {
+      const cv::Vec3d t = p - r * p;
+      for (int k = 0; k < 3; ++k) {
+        for (int j = 0; j < 3; ++j) EXPECT_NEAR(rt(k, j), r(k, j), 1e-9);
+        EXPECT_NEAR(rt(k, 3), t[k], 1e-6);
+      }
+      EXPECT_EQ(rt.row(3), cv::Matx14d(0, 0, 0, 1));
+    };
+    Exposed::getMatRT_LineSymmetry(at, rt.val);
+    expectMap(2.0 * outer - one);
+    Exposed::getMatRT_PlaneSymmetry(at, rt.val);
+    expectMap(one - 2.0 * outer);
+    Exposed::getMatRT_PointSymmetry(at, rt.val);
+    expectMap(-1.0 * one);
   }
 }
 

@@ -105,11 +105,9 @@ TEST(Projection, EndsWhereThereIsNoDirection) {
 
 TEST(Offsets, AndAveragesFollowTheirRules) {
   const XFLine3D2 along(Row{9, 9, 9, 0, 0.6F, 0.8F, 3});
-  expectOf<XFPoint>(
-      [&](XFPoint& p) {
-        return F::getPointOffset({1, 2, 3}, 10, along, p);
-      },
-      0, {1, 2 + 0.6F * 10, 3 + 0.8F * 10});
+  const XFPoint start(1, 2, 3);
+  expectOf<XFPoint>([&](XFPoint& p) { return F::getPointOffset(start, 10, along, p); }, 0,
+                    {1, 2 + 0.6F * 10, 3 + 0.8F * 10});
   const auto mean = [](const Row& of, int status, const Row& out = {}) {
     expectOf<XFPoint>([&](XFPoint& p) { return F::getPointAverage(points(of), p); }, status, out);
   };
@@ -338,6 +336,9 @@ TEST(LineAndPlane, AreParallelWithinOneMillionth) {
     expectArray(A::Projection_Line_Plane, {1, 2, 3, slope, 0, 1}, plane, status);
     expectArray(A::Intersection_Plane_Plane, {1, 2, 3, slope, 0, 1}, plane, status);
   }
+  // The planes' offsets are summed in float: 1 vanishes between the large products.
+  const Row far = {16777216, 1, -16777216, 1, 1, 1};
+  expectArray(A::Intersection_Plane_Plane, far, {0, 1, 0, 0, 0, 1}, 0, {0, 0, 0});
 }
 
 }  // namespace
