@@ -12,8 +12,7 @@ namespace zelmo::test {
 namespace {
 
 struct Bowl {
-  double
-      steps_per_unit;  // values are rounded down to this many, so that corners tie near the floor
+  double steps_per_unit;  // values are rounded down to this many, so that corners tie at the floor
   int evaluations = 0;
 
   static double value(const gsl_vector* v, void* params) {
@@ -29,9 +28,8 @@ struct Bowl {
 };
 
 struct End {
-  int iterations = 0;
+  int iterations = 0, evaluations = 0;
   std::vector<double> x;
-  int evaluations = 0;
 };
 
 template <typename Descend>
@@ -62,9 +60,9 @@ int allSteps(gsl_multimin_function* function, gsl_multimin_fminimizer* minimiser
 
 TEST(SimplexDriver, EndsWhereAllStepsWouldHaveEnded) {
   int shortened = 0;
-  for (const std::size_t n : {2U, 3U, 5U, 7U}) {
+  for (const std::size_t n : {2U, 3U, 7U}) {
     for (const double steps_per_unit : {1.0, 10.0, 1e3, 1e6, 1e12}) {
-      for (const int limit : {1, 300, 2000, 2001}) {
+      for (const int limit : {1, 2000, 2001}) {
         SCOPED_TRACE(testing::Message() << n << ' ' << steps_per_unit << ' ' << limit);
         const auto plain =
             endOf({steps_per_unit}, n, [limit](auto... a) { return allSteps(a..., limit); });
@@ -73,7 +71,7 @@ TEST(SimplexDriver, EndsWhereAllStepsWouldHaveEnded) {
         EXPECT_EQ(own.iterations, plain.iterations);
         EXPECT_EQ(own.x, plain.x);
         EXPECT_LE(own.evaluations, plain.evaluations);
-        if (own.evaluations < plain.evaluations) ++shortened;
+        shortened += own.evaluations < plain.evaluations;
       }
     }
   }

@@ -7,6 +7,7 @@
 
 #include <BRepBuilderAPI_MakeEdge.hxx>
 #include <BRepBuilderAPI_MakeFace.hxx>
+#include <BRepBuilderAPI_NurbsConvert.hxx>
 #include <BRep_Builder.hxx>
 #include <Geom_BSplineCurve.hxx>
 #include <TColStd_Array1OfInteger.hxx>
@@ -54,6 +55,11 @@ inline TopoDS_Edge polyEdge(const std::vector<gp_Pnt>& points) {
     multiplicities(i) = i == 1 || i == count ? 2 : 1;
   }
   return BRepBuilderAPI_MakeEdge(new Geom_BSplineCurve(poles, knots, multiplicities, 1)).Edge();
+}
+
+/// The same edge on a spline.
+inline TopoDS_Edge splineEdge(const TopoDS_Edge& edge) {
+  return TopoDS::Edge(BRepBuilderAPI_NurbsConvert(edge, true).Shape().Oriented(edge.Orientation()));
 }
 
 /// The edges of a slot about the origin, counter-clockwise, from the bottom line on: line, arc, line,

@@ -2,21 +2,20 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <iterator>
 #include <type_traits>
 #include <vector>
 
 namespace zelmo::test {
 
-/// Triples and numbers of a record, one after another.
+/// Numbers and arrays of a record, one after another.
 template <typename... Fields>
 std::vector<float> rowOf(const Fields&... fields) {
   std::vector<float> row;
-  const auto append = [&row](const auto& field) {
-    if constexpr (std::is_array_v<std::remove_reference_t<decltype(field)>>) {
-      row.insert(row.end(), std::begin(field), std::end(field));
-    } else {
+  [[maybe_unused]] const auto append = [&row](const auto& field) {
+    if constexpr (std::is_convertible_v<decltype(field), float>) {
       row.push_back(static_cast<float>(field));
+    } else {
+      for (const float value : field) row.push_back(value);
     }
   };
   (append(fields), ...);
