@@ -152,24 +152,23 @@ void expectSolids(const XModel3DFeature& model, const Records& r) {
 
 TEST_F(CadFiles, SolidsComeBackOneByOneAndFromAListOfEveryKind) {
   XModel3DFeature one_by_one, from_step, from_iges;  // collects, but for the spheres
-  for (XFBase* solid : {records.solid[0], records.solid[2], records.solid[3], records.solid[1]}) {
+  for (XFBase* solid : List{&records.plane, &records.cylinder, &records.cone, &records.sphere}) {
     ASSERT_EQ(write3D(solid), 0);
     one_by_one.get3DFeatureData(stepShape());
   }
-  expectSolids(one_by_one, records);
-  // Line and poly line 1 edge each, the outlines 17; vertices of the point and the outlines.
-  const auto expect_curves = [](const Curves& curves) {
-    EXPECT_EQ(curves.edges.size(), 19U);
-    EXPECT_EQ(curves.vertices.size(), 20U);
-  };
   ASSERT_EQ(writeStep(records.all), 0);
+  const Curves step(stepShape());
   from_step.get3DFeatureData(stepShape());
-  expectSolids(from_step, records);
-  expect_curves(Curves(stepShape()));
   ASSERT_EQ(writeIges(records.all), 0);
   from_iges.get3DFeatureData(zelmo::test::readIges(m_path).shape);
-  expectSolids(from_iges, records);
-  expect_curves(igesCurves());
+  for (const XModel3DFeature* model : {&one_by_one, &from_step, &from_iges}) {
+    expectSolids(*model, records);
+  }
+  // Line and poly line 1 edge each, the outlines 17; vertices of the point and the outlines.
+  for (const Curves& curves : {step, igesCurves()}) {
+    EXPECT_EQ(curves.edges.size(), 19U);
+    EXPECT_EQ(curves.vertices.size(), 20U);
+  }
 }
 
 TEST_F(CadFiles, APolyLineHasFourForms) {

@@ -197,7 +197,7 @@ TEST(ProbeCompensation, GivesTheLeastSquaresFeatureThatWasTouched) {
       call.compensated = compensated.data();
       call.errors = errors.data();
       const Result by_normal = shape.fit(call);
-      EXPECT_EQ(by_normal.code, 0);
+      ASSERT_EQ(by_normal.code, 0);
       const double signed_probe = from_inside ? probe : -probe;
       for (int i = 0; i < call.count; ++i) {
         const auto k = 3 * static_cast<std::size_t>(i);
@@ -222,8 +222,7 @@ TEST(ProbeCompensation, GivesTheLeastSquaresFeatureThatWasTouched) {
       EXPECT_EQ(alone, errors);
       // The caller's word counts more than the normals, and needs none.
       call.outward = !from_inside;
-      call.normals = {};
-      call.normals.shrink_to_fit();
+      call.normals = std::vector<float>();
       const Result by_flag = shape.fit(call);
       EXPECT_EQ(by_flag.code, 0);
       EXPECT_NEAR(by_flag.radius, kRadius - 2 * signed_probe, 2e-4);
@@ -278,18 +277,18 @@ TEST(XOvalGroove2DFitEnds, MayLieInAnyDirectionAndOrder) {
   for (const double angle : {0.0, 0.4, 1.2, 1.7, 2.8}) {
     std::vector<float> ends[2];
     for (int i = 0; i < 42; ++i) {
-      const int end = i / 21;
-      const double t = angle + (i % 21 - 10) * 0.14 + end * CV_PI, side = end == 0 ? 20 : -20;
-      ends[end].push_back(static_cast<float>(3 + side * std::cos(angle) + 5 * std::cos(t)));
-      ends[end].push_back(static_cast<float>(7 + side * std::sin(angle) + 5 * std::sin(t)));
+      const double t = angle + (i % 21 - 10) * 0.14, side = i < 21 ? 1 : -1;
+      ends[i / 21].push_back(
+          static_cast<float>(3 + side * (20 * std::cos(angle) + 5 * std::cos(t))));
+      ends[i / 21].push_back(
+          static_cast<float>(7 + side * (20 * std::sin(angle) + 5 * std::sin(t))));
     }
-    for (const int first : {0, 1}) {
-      SCOPED_TRACE(testing::Message() << angle << ' ' << first);
+    for (const auto& [first, second] : {std::pair{ends[0], ends[1]}, {ends[1], ends[0]}}) {
       XOvalGroove2DFit fit;
-      ASSERT_EQ(fit.Fit(ends[first].data(), 21, ends[1 - first].data(), 21), 0);
+      ASSERT_EQ(fit.Fit(first.data(), 21, second.data(), 21), 0);
       const double off[] = {fit.cx - 3.0, fit.cy - 7.0, fit.halfStraight - 20.0, fit.radius - 5.0};
-      EXPECT_THAT(off, Each(testing::DoubleNear(0, 1e-4)));
-      EXPECT_NEAR(std::sin(fit.angle - angle), 0, 1e-5);
+      EXPECT_THAT(off, Each(testing::DoubleNear(0, 1e-4))) << angle;
+      EXPECT_NEAR(std::sin(fit.angle - angle), 0, 1e-5) << angle;
     }
   }
 }
@@ -361,6 +360,15 @@ TEST(XCylinderFitAxis, IsFoundOnEveryPatch) {
     EXPECT_NEAR(fit.radius, radius, 1e-3 * radius);
     EXPECT_NEAR(fit.height, height, 1e-2);
   }
+}
+
+// Points within 0.01 of the axis point count as if they lay on the axis.
+TEST(XCylinderFitAxis, TakesTheRadiusFromATinyCylinder) {
+  std::vector<float> points;
+  for (int i = 0; i < 60; ++i) push(points, 0.004 * across(0.7 * i) + 1e-4 * (i - 29.5) * kZ);
+  XCylinderFit fit;
+  EXPECT_EQ(fit.Fit(points.data(), nullptr, 60), 0);
+  EXPECT_NEAR(fit.radius, 0, 1e-4);
 }
 
 // The first normal alone tells the side; most of them tell which way the plane looks.
