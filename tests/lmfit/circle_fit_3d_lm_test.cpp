@@ -22,43 +22,34 @@ using internal::FlatCircle;
 using internal::PlanarView;
 using zelmolm::XCircleFit3DLM;
 
-// Points in a tilted plane, given by polar coordinates there; normals are the plane's.
-struct Bore {
-  Vec center{100, -50, 20}, normal{0.36L, 0.48L, 0.8L};
-  Vec u = normal.cross(Vec(1, 0, 0)).unit(), v = normal.cross(u);
-  Scan scan;
+const Params kPlane = truthOf(Kind::Circle);
 
-  void add(Real angle, Real radius) {
-    scan.add({center + u * (radius * std::cos(angle)) + v * (radius * std::sin(angle)), normal});
-  }
-  int fit(XCircleFit3DLM& circle, bool inscribed) const {
-    float plane[6];
-    center.copyTo(plane);
-    normal.copyTo(plane + 3);
-    return (circle.*(inscribed ? &XCircleFit3DLM::Fit : &XCircleFit3DLM::Fit2))(
-        scan.points.data(), nullptr, scan.count(), plane, false);
-  }
-};
+int fitIn(const Params& given, const Scan& scan, XCircleFit3DLM& circle, bool inscribed) {
+  float plane[6];
+  std::copy_n(given.begin(), 6, plane);
+  return (circle.*(inscribed ? &XCircleFit3DLM::Fit : &XCircleFit3DLM::Fit2))(
+      scan.at(), nullptr, scan.count(), plane, false);
+}
 
 // The search may stop at a smaller circle than the largest, but at one that a point touches and none
 // lies in. Its X axis points to the first point.
 TEST(XCircleFit3DLM, TheInscribedCircleTouchesAPointAndHoldsNone) {
   RandomGeometry random(6);
   for (const int count : {72, 1000}) {
-    Bore bore;
+    Scan bore;
     for (int i = 0; i < count; ++i) {
-      bore.add(i * 2 * CV_PI / count, 10 + random.number(-0.02, 0.02));
+      const Vec out(std::cos(2 * CV_PI * i / count), std::sin(2 * CV_PI * i / count), 0);
+      bore.add(inSpace(out, 10 + random.number(-0.02, 0.02), kOrigin), kZ);
     }
     XCircleFit3DLM circle;
-    EXPECT_EQ(bore.fit(circle, true), 0);
+    EXPECT_EQ(fitIn(kPlane, bore, circle, true), 0);
     Real nearest = 1e9L;
-    for (int i = 0; i < count; ++i) {
-      const Vec from = Vec(bore.scan.point(i)) - Vec(circle.center);
-      nearest = std::min(nearest, from.cross(bore.normal).norm());
+    for (const auto& p : bore.points) {
+      nearest = std::min(nearest, (Vec(p) - Vec(circle.center)).cross(kZ).norm());
     }
     EXPECT_LT(gap(circle.radius, nearest), 1.1e-3);
     EXPECT_GT(circle.radius, count == 72 ? 7 : 9.9);
-    const Vec first = (Vec(bore.scan.point(0)) - bore.scan.middle()).unit();
+    const Vec first = (Vec(bore.points[0]) - middleOf(bore.points)).unit();
     EXPECT_LT((Vec(circle.majorDir) - first).norm(), 1e-5);
   }
 }
@@ -181,38 +172,36 @@ TEST(InscribedCircle, GoesTheWayThatItsStepsTell) {
 }
 
 TEST(XCircleFit3DLM, ReportsWhatHasNoCircle) {
-  Bore nine, line, point, far;
-  line.normal = {0, 0, 1};
-  line.u = {1, 0, 0};
-  line.v = {0, 1, 0};
-  line.center = {0, 0, 0};
-  for (int i = 0; i < 9; ++i) nine.add(i * 0.7, 10);
-  for (int i = 0; i < 20; ++i) {
-    line.add(0, i - 10);
-    point.add(0, 0);
-    far.add(i * 0.3, 1e30L);
-  }
+  Scan nine = soundScan(Kind::Circle, 9);
   XCircleFit3DLM circle;
-  EXPECT_EQ(nine.fit(circle, true), -1);
+  EXPECT_EQ(fitIn(kPlane, nine, circle, true), -1);
   EXPECT_EQ(circle.radius, 0);
-  EXPECT_EQ(nine.fit(circle, false), 0);
-  EXPECT_NEAR(circle.radius, 10, 1e-5);
-  for (const bool inscribed : {false, true}) {
-    EXPECT_EQ(line.fit(circle, inscribed), -1);
-    EXPECT_EQ(point.fit(circle, inscribed), -1);
-    far.fit(circle, inscribed);
+  EXPECT_EQ(fitIn(kPlane, nine, circle, false), 0);
+  EXPECT_NEAR(circle.radius, 15, 1e-5);
+  const Params flat = paramsOf({}, {0, 0, 1});
+  Scan line, point, far;
+  for (int i = 0; i < 20; ++i) {
+    line.add({Real(i - 10), 0, 0}, kZ);
+    point.add({}, kZ);
+    far.add(Vec(std::cos(i), std::sin(i), 0) * 1e30L, kZ);
   }
-  float plane[6] = {100, -50, 20, 0.36F, 0.48F, 0.8F};
-  const float* const points = nine.scan.points.data();
-  const float* const normals = nine.scan.normals.data();
-  EXPECT_EQ(circle.Fit2(points, normals, 2, plane, false), -1);
-  EXPECT_EQ(circle.Fit2(points, normals, -1, plane, false), -1);
-  EXPECT_EQ(circle.Fit2(points, normals, 9, nullptr, false), -1);
-  nine.scan.points[4] = std::numeric_limits<float>::quiet_NaN();
-  EXPECT_EQ(circle.Fit2(points, normals, 9, plane, false), -1);
-  EXPECT_EQ(circle.Fit2(points, normals, 9, plane, true), -1);
+  for (const bool inscribed : {false, true}) {
+    EXPECT_EQ(fitIn(flat, line, circle, inscribed), -1);
+    EXPECT_EQ(fitIn(flat, point, circle, inscribed), -1);
+    fitIn(flat, far, circle, inscribed);
+  }
+  float plane[] = {100, -50, 20, 0.36F, 0.48F, 0.8F};
   float no_normal[6] = {};
-  EXPECT_EQ(circle.Fit2(points, normals, 9, no_normal, false), -1);
+  const auto fit = [&](int count, float* given, bool fits_plane) {
+    return circle.Fit2(nine.at(), nine.normalsAt(), count, given, fits_plane);
+  };
+  EXPECT_EQ(fit(2, plane, false), -1);
+  EXPECT_EQ(fit(-1, plane, false), -1);
+  EXPECT_EQ(fit(9, nullptr, false), -1);
+  EXPECT_EQ(fit(9, no_normal, false), -1);
+  nine.points[1].y = std::numeric_limits<float>::quiet_NaN();
+  EXPECT_EQ(fit(9, plane, false), -1);
+  EXPECT_EQ(fit(9, plane, true), -1);
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "zelmo/lmfit/plane_fit_lm.h"
 
-#include <cmath>
 #include <sstream>
 
 #include <gmock/gmock.h>
@@ -16,9 +15,9 @@ using testing::ElementsAre;
 using zelmolm::XPlaneFitLM;
 
 // Points of the plane z = 4, normals up.
-Scan flatScan(const std::vector<std::array<float, 2>>& at) {
+Scan flatScan(const std::vector<cv::Point2f>& at) {
   Scan scan;
-  for (const auto& [x, y] : at) scan.add({{x, y, 4}, {0, 0, 1}});
+  for (const auto& p : at) scan.add({p.x, p.y, 4}, {0, 0, 1});
   return scan;
 }
 
@@ -31,25 +30,21 @@ XPlaneFitLM fitted(const Scan& scan) {
 // A 6 by 2 rectangle turned by 30 degrees about its center (1, 2). The mean of the points is the
 // center, so the local X axis points to the first corner.
 TEST(XPlaneFitLM, DescribesTheExtentByARectangle) {
-  const double turn = CV_PI / 6;
-  std::vector<std::array<float, 2>> at;
-  for (const auto& [u, v] : {std::pair{3, 1}, {-3, 1}, {-3, -1}, {3, -1}}) {
-    at.push_back({static_cast<float>(1 + u * std::cos(turn) - v * std::sin(turn)),
-                  static_cast<float>(2 + u * std::sin(turn) + v * std::cos(turn))});
+  const Vec u(std::cos(CV_PI / 6), 0.5, 0), v(-0.5, std::cos(CV_PI / 6), 0), middle(1, 2, 4);
+  Scan scan;
+  for (const auto& [a, b] : {std::pair{3, 1}, {-3, 1}, {-3, -1}, {3, -1}}) {
+    scan.add(middle + u * a + v * b, {0, 0, 1});
   }
-  const XPlaneFitLM fit = fitted(flatScan(at));
+  const XPlaneFitLM fit = fitted(scan);
   EXPECT_NEAR(fit.length, 6, 1e-5);
   EXPECT_NEAR(fit.width, 2, 1e-5);
-  EXPECT_LT(static_cast<double>((Vec(fit.center) - Vec(1, 2, 4)).norm()), 1e-5);
-  EXPECT_NEAR(std::fabs(fit.majorDir[0] * std::cos(turn) + fit.majorDir[1] * std::sin(turn)), 1,
-              1e-6);
+  EXPECT_LT((Vec(fit.center) - middle).norm(), 1e-5);
+  EXPECT_LT(Vec(fit.majorDir).cross(u).norm(), 1e-3);
   // The corners form a box of the same sides, parallel to the direction of the first point: not
   // turned back along the longer side.
-  const Vec first = (Vec(at[0][0], at[0][1], 4) - Vec(1, 2, 4)).unit();
-  const Vec side = (Vec(fit.corners) - Vec(fit.corners + 3));
-  EXPECT_NEAR(static_cast<double>(std::fabs(side.unit().dot(first))), 1, 1e-6);
-  const Real across = (Vec(fit.corners + 3) - Vec(fit.corners + 6)).norm();
-  EXPECT_NEAR(static_cast<double>(side.norm() * across), 12, 1e-4);
+  const Vec side = Vec(fit.corners) - Vec(fit.corners + 3);
+  EXPECT_LT(side.unit().cross((Vec(scan.points[0]) - middle).unit()).norm(), 1e-3);
+  EXPECT_LT(gap(side.norm() * (Vec(fit.corners + 3) - Vec(fit.corners + 6)).norm(), 12), 1e-4);
 
   // The record's d belongs to the center, not to the fit.
   XPlaneFitLM lifted = fit;
@@ -78,16 +73,16 @@ TEST(XPlaneFitLM, DescribesASquareAndATinyPatch) {
 TEST(XPlaneFitLM, LiesOnTheSideOfMostNormals) {
   for (const float up : {1.0F, -1.0F}) {
     Scan three = flatScan({{0, 0}, {10, 0}, {0, 10}});
-    three.normals = {0, 0, up, 0, 0, up, 0, 0, -up};
+    three.normals = {{0, 0, up}, {0, 0, up}, {0, 0, -up}};
     const XPlaneFitLM fit = fitted(three);
-    EXPECT_LT(static_cast<double>((Vec(fit.normal) - Vec(0, 0, up)).norm()), 1e-7);
+    EXPECT_LT((Vec(fit.normal) - Vec(0, 0, up)).norm(), 1e-7);
     EXPECT_FLOAT_EQ(fit.d, -4 * up);
   }
   // A tie keeps the sign that the points give. Normals without length count against it, first in the
   // solver's vote and then in the rectangle's.
   Scan tied = flatScan({{0, 0}, {10, 0}, {0, 10}, {10, 10}}), none = tied;
-  for (std::size_t i = 0; i < 12; ++i) tied.normals[i] *= i < 6 ? 1 : -1;
-  std::fill(none.normals.begin(), none.normals.end(), 0.0F);
+  for (const std::size_t i : {2, 3}) tied.normals[i].z = -1;
+  none.normals.assign(4, {0, 0, 0});
   EXPECT_EQ(fitted(tied).normal[2], fitted(none).normal[2]);
   EXPECT_EQ(std::fabs(fitted(tied).normal[2]), 1);
 }
@@ -97,8 +92,7 @@ TEST(XPlaneFitLM, PrintsWhatEachFilterDid) {
   for (int i = 0; i < 100; ++i) {
     const bool off = i * 37 % 100 < 10;
     const bool tilted = i * 37 % 100 >= 90;
-    scan.add({{i % 10 * 1.0L, i / 10 * 1.0L, off ? 1.0L : 0.0L}, {tilted ? 1.0L : 0.0L, 0, 1}});
-    if (tilted) scan.normals.back() = 0;
+    scan.add({Real(i % 10), Real(i / 10), Real(off)}, {Real(tilted), 0, Real(!tilted)});
   }
   const auto printed = [&](int method, float share) {
     XPlaneFitLM fit;
@@ -111,9 +105,9 @@ TEST(XPlaneFitLM, PrintsWhatEachFilterDid) {
 
   const std::string band = printed(1, 0.1F);
   EXPECT_EQ(printed(4, 0.1F), band + "80 100\n");
-  const Params all = scan.solved({0, 0, 1, 0}, scan.all(), planeResidual);
+  const Params all = solved(Kind::Plane, paramsOf({}, {0, 0, 1}), scan.points);
   Real squares = 0;
-  for (int i = 0; i < 100; ++i) squares += std::pow(planeResidual(all, scan.point(i)), 2);
+  for (const auto& p : scan.points) squares += std::pow(residualOf(Kind::Plane, all, Vec(p)), 2);
   std::istringstream line(band);
   double mean = 1, deviation = 0, upper = 0, lower = 0;
   line >> mean >> deviation >> upper >> lower;

@@ -4,9 +4,7 @@
 // Start and first steps of every descent, as they reach GSL: on flat objectives the end depends on
 // them. The function here stands before GSL's own in this program.
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <functional>
 #include <limits>
 #include <vector>
 
@@ -57,51 +55,73 @@ namespace zelmo::test {
 namespace {
 
 using testing::DoubleNear;
+using testing::Each;
 using testing::Pointwise;
 
 // A ring of two heights, longer along (1, 1, 0) than across.
 std::vector<cv::Point3f> someRing() {
   std::vector<cv::Point3f> points;
   for (int i = 0; i < 24; ++i) {
-    const double t = 0.27 * i;
-    const double u = 9 * std::cos(t);
-    const double w = 4 * std::sin(t);
+    const double u = 9 * std::cos(0.27 * i);
+    const double w = 4 * std::sin(0.27 * i);
     points.emplace_back(static_cast<float>(30 + u - w), static_cast<float>(u + w),
                         static_cast<float>(i % 3 == 0 ? 1 : 2));
   }
   return points;
 }
 
-/// Runs a fit and gives its last descents, the earlier ones (a plane) left out.
-std::vector<Begun> begunBy(const std::function<void(const std::vector<cv::Point3f>&)>& fit,
-                           std::size_t last) {
+/// The last descent of a fit; an earlier one is that of its plane.
+template <typename Out, typename Fit, typename Method>
+Begun begunBy(Fit object, Method method) {
+  Out out[12] = {};
   g_begun.clear();
-  standardOutputOf([&] { fit(someRing()); });
-  return {g_begun.end() - static_cast<std::ptrdiff_t>(std::min(last, g_begun.size())),
-          g_begun.end()};
+  standardOutputOf([&] { object.Fit(someRing(), out, method); });
+  return g_begun.back();
 }
 
-double largest(const Values& v, std::size_t from) {
-  return std::max({std::fabs(v[from]), std::fabs(v[from + 1]), std::fabs(v[from + 2])});
+double largest(const Values& v) {
+  return std::max({std::fabs(v[3]), std::fabs(v[4]), std::fabs(v[5])});
 }
 
-TEST(FirstSteps, OfTheSolidsFollowTheirStart) {
-  double p[8] = {};
-  const auto of = [&p](auto object, x3dfit::FitMethod method) {
-    const auto begun = begunBy([&](const auto& points) { object.Fit(points, p, method); }, 1).at(0);
-    EXPECT_THAT(begun.step, testing::Each(begun.step[0]));
-    return begun;
+TEST(FirstSteps, FollowTheStart) {
+  constexpr auto kSolid = x3dfit::LeastAbsDev;
+  constexpr auto kOutline = xcurve3dfit::LeastAbsDev;
+  const Begun oval = begunBy<float>(xcurve3dfit::XOvalGroove3DFit(), kOutline);
+  const Begun rectangle = begunBy<float>(xcurve3dfit::XRectangle3DFit(), kOutline);
+  const Begun round = begunBy<float>(xcurve3dfit::XRoundGroove3DFit(), kOutline);
+  const auto sided = [](const Values& s) {
+    return Values{s[2] / 100, s[3] / 100, s[2] / 100, s[3] / 100, 0.001};
   };
-  const auto plane = of(x3dfit::XPlaneFit(), x3dfit::LeastAbsDev);
-  EXPECT_EQ(plane.step[0], std::max({plane.start[0], plane.start[1], plane.start[2]}) / 100);
-  const auto sphere = of(x3dfit::XSphereFit(), x3dfit::Chebyshev);
-  EXPECT_EQ(sphere.step[0], sphere.start[3] / 100);
-  const auto line = of(x3dfit::XLine3DFit(), x3dfit::LeastSquare);
-  EXPECT_EQ(line.step[0], largest(line.start, 3) / 10);
-  const auto cylinder = of(x3dfit::XCylinderFit(), x3dfit::LeastSquare);
-  EXPECT_EQ(cylinder.step[0], cylinder.start[6] / 10);
-  const auto cone = of(x3dfit::XConeFit(), x3dfit::LeastSquare);
-  EXPECT_EQ(cone.step[0], largest(cone.start, 3) / 10);
+  const struct {
+    const char* name;
+    Begun begun;
+    Values (*steps)(const Values& start);
+  } rows[] = {
+      {"plane", begunBy<double>(x3dfit::XPlaneFit(), kSolid),
+       [](const Values& s) {
+         return Values(4, std::max({s[0], s[1], s[2]}) / 100);
+       }},
+      {"sphere", begunBy<double>(x3dfit::XSphereFit(), kSolid),
+       [](const Values& s) { return Values(4, s[3] / 100); }},
+      {"line", begunBy<double>(x3dfit::XLine3DFit(), kSolid),
+       [](const Values& s) { return Values(6, largest(s) / 10); }},
+      {"cylinder", begunBy<double>(x3dfit::XCylinderFit(), kSolid),
+       [](const Values& s) { return Values(7, s[6] / 10); }},
+      {"cone", begunBy<double>(x3dfit::XConeFit(), kSolid),
+       [](const Values& s) { return Values(7, largest(s) / 10); }},
+      {"circle", begunBy<float>(xcurve3dfit::XCircle3DFit(), kOutline),
+       [](const Values& s) { return Values(3, s[2] / 50); }},
+      {"oval groove", oval, sided},
+      {"rectangle", rectangle, sided},
+      {"round groove", round,
+       [](const Values& s) {
+         return Values{s[2] / 100, s[3] / 100, s[2] / 100, s[3] / 100, s[4] / 100, 0.001};
+       }},
+  };
+  for (const auto& row : rows) EXPECT_EQ(row.begun.step, row.steps(row.begun.start)) << row.name;
+  EXPECT_EQ(round.start[4], round.start[3] / 2);                      // corner radius
+  EXPECT_EQ(oval.start[3], rectangle.start[3]);                       // end radius
+  EXPECT_EQ(oval.start[2], rectangle.start[2] - rectangle.start[3]);  // half straight
 }
 
 TEST(FirstSteps, OfFit2BeginAtEachPrincipalAxis) {
@@ -111,62 +131,39 @@ TEST(FirstSteps, OfFit2BeginAtEachPrincipalAxis) {
   cv::Point3f center;
   x3dfit::computePrincipalAxes(points, values, vectors, center);
   double p[8] = {};
-  const auto cylinders =
-      begunBy([&p](const auto& given) { x3dfit::XCylinderFit().Fit2(&given[0].x, 24, p); }, 3);
-  const auto cones = begunBy(
-      [&p](const auto& given) { x3dfit::XConeFit().Fit2(&given[0].x, 24, p, x3dfit::Chebyshev); },
-      3);
-  ASSERT_EQ(cylinders.size() + cones.size(), 6U);
+  g_begun.clear();
+  x3dfit::XCylinderFit().Fit2(&points[0].x, 24, p);
+  x3dfit::XConeFit().Fit2(&points[0].x, 24, p, x3dfit::Chebyshev);
+  ASSERT_EQ(g_begun.size(), 6U);
   for (int axis = 0; axis < 3; ++axis) {
-    const double* d = vectors.ptr<double>(axis);
+    const cv::Vec3d d(vectors.ptr<double>(axis));
     const double radius = std::sqrt(values.at<double>(axis) / 24);
     const Values start = {center.x, center.y, center.z, d[0], d[1], d[2], radius};
-    EXPECT_THAT(cylinders[axis].start, Pointwise(DoubleNear(1e-12), start));
-    EXPECT_THAT(cylinders[axis].step, testing::Each(DoubleNear(radius / 50, 1e-12)));
-    double reach[2] = {1e10, -1e10};
-    double across = 0;
+    const Begun& cylinder = g_begun[static_cast<std::size_t>(axis)];
+    const Begun& cone = g_begun[static_cast<std::size_t>(3 + axis)];
+    EXPECT_THAT(cylinder.start, Pointwise(DoubleNear(1e-12), start));
+    EXPECT_THAT(cylinder.step, Each(DoubleNear(radius / 50, 1e-12)));
+    double low = 1e10, high = -1e10, across = 0;
     for (const auto& q : points) {
       const cv::Vec3d e(q.x - center.x, q.y - center.y, q.z - center.z);
-      reach[0] = std::min(reach[0], e.dot(cv::Vec3d(d)));
-      reach[1] = std::max(reach[1], e.dot(cv::Vec3d(d)));
-      across = std::max(across, cv::norm(e.cross(cv::Vec3d(d))));
+      low = std::min(low, e.dot(d));
+      high = std::max(high, e.dot(d));
+      across = std::max(across, cv::norm(e.cross(d)));
     }
-    EXPECT_NEAR(cones[axis].start[6], std::atan2(across, (reach[1] - reach[0]) / 2), 1e-5);
-    EXPECT_THAT(cones[axis].step, testing::Each(DoubleNear(largest(start, 3) / 10, 1e-12)));
+    EXPECT_NEAR(cone.start[6], std::atan2(across, (high - low) / 2), 1e-5);
+    EXPECT_THAT(cone.step, Each(DoubleNear(largest(start) / 10, 1e-12)));
   }
-}
-
-TEST(FirstSteps, OfTheOutlinesAreSharesOfTheirSizes) {
-  float out[12] = {};
-  const auto of = [&out](auto object) {
-    return begunBy([&](const auto& points) { object.Fit(points, out, xcurve3dfit::LeastAbsDev); },
-                   1)
-        .at(0);
-  };
-  const auto circle = of(xcurve3dfit::XCircle3DFit());
-  EXPECT_THAT(circle.step, testing::Each(circle.start[2] / 50));
-  const Begun sided[] = {of(xcurve3dfit::XOvalGroove3DFit()), of(xcurve3dfit::XRectangle3DFit()),
-                         of(xcurve3dfit::XRoundGroove3DFit())};
-  for (const auto& [s, step] : sided) {
-    Values expected = {s[2] / 100, s[3] / 100, s[2] / 100, s[3] / 100};
-    if (s.size() == 6) expected.push_back(s[4] / 100);
-    expected.push_back(0.001);
-    EXPECT_EQ(step, expected);
-  }
-  EXPECT_EQ(sided[2].start[4], sided[2].start[3] / 2);                  // corner radius
-  EXPECT_EQ(sided[0].start[3], sided[1].start[3]);                      // end radius
-  EXPECT_EQ(sided[0].start[2], sided[1].start[2] - sided[1].start[3]);  // half straight
 }
 
 TEST(KeepBestAxis, TakesTheFirstOfEqualsAndNoNan) {
   constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
-  const std::array<std::array<double, 4>, 4> rows = {
-      {{2, 1, 1, 1}, {1, 1, 1, 0}, {kNan, 1, 1, 0}, {3, kNan, 2, 2}}};
+  // Values from the three axes, and which of them is kept.
+  const double rows[][4] = {{2, 1, 1, 1}, {1, 1, 1, 0}, {kNan, 1, 1, 0}, {3, kNan, 2, 2}};
   for (const auto& row : rows) {
     double params[8] = {};
     internal::keepBestAxis(params, [&row](int axis, double* p) {
       p[0] = axis;
-      return row[static_cast<std::size_t>(axis)];
+      return row[axis];
     });
     EXPECT_EQ(params[0], row[3]);
   }

@@ -79,21 +79,4 @@ std::vector<Real> leastSquares(std::vector<Real> p, int n, Residual residual) {
   return best;
 }
 
-/// Distances as the damped fits take them, in long double. \p p as in the fits: plane a, b, c, d;
-/// sphere center, radius; cylinder point, axis, radius; cone apex, axis, half angle.
-inline Real planeResidual(const std::vector<Real>& p, const float* q) {
-  return (p[0] * q[0] + p[1] * q[1] + p[2] * q[2] + p[3]) / Vec(p.data()).norm();
-}
-inline Real sphereResidual(const std::vector<Real>& p, const float* q) {
-  return (Vec(q) - Vec(p.data())).norm() - p[3];
-}
-inline Real cylinderResidual(const std::vector<Real>& p, const float* q) {
-  return (Vec(q) - Vec(p.data())).cross(Vec(&p[3]).unit()).norm() - p[6];
-}
-inline Real coneResidual(const std::vector<Real>& p, const float* q) {
-  const Vec from_apex = Vec(q) - Vec(p.data());
-  const Vec u = Vec(&p[3]).unit();
-  return from_apex.cross(u).norm() - std::fabs(from_apex.dot(u)) * std::tan(p[6]);
-}
-
 }  // namespace zelmo::test
