@@ -82,18 +82,6 @@ TEST(XCylinderFitLM, NamesTheFailureOfASolveByItsCode) {
   EXPECT_EQ(cone.height, 0);
 }
 
-TEST(XCylinderFitLM, PrintsItsStartAndTheKeptPoints) {
-  const Scan scan = soundScan(Kind::Cylinder, 100, 0.01L);
-  const auto printed = [&](int method) {
-    XCylinderFitLM fit;
-    return fitScan(fit, scan, kParam, method).printed;
-  };
-  const std::string start = printed(0);
-  EXPECT_THAT(start, testing::MatchesRegex("param:([-+.e0-9]+ ){6}[-+.e0-9]+\n"));
-  for (const int method : {1, 4}) EXPECT_EQ(printed(method), start);
-  EXPECT_EQ(printed(5), start + "90 100\n");
-}
-
 // Far beyond the end of the cylinder, and off it: after the filter it no longer lengthens it.
 TEST(XCylinderFitLM, ADroppedPointDoesNotLengthenIt) {
   Scan scan = soundScan(Kind::Cylinder, 300, 0.01L);

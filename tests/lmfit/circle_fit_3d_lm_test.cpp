@@ -34,24 +34,23 @@ int fitIn(const Params& given, const Scan& scan, XCircleFit3DLM& circle, bool in
 // The search may stop at a smaller circle than the largest, but at one that a point touches and none
 // lies in. Its X axis points to the first point.
 TEST(XCircleFit3DLM, TheInscribedCircleTouchesAPointAndHoldsNone) {
+  constexpr int kCount = 1000;
   RandomGeometry random(6);
-  for (const int count : {72, 1000}) {
-    Scan bore;
-    for (int i = 0; i < count; ++i) {
-      const Vec out(std::cos(2 * CV_PI * i / count), std::sin(2 * CV_PI * i / count), 0);
-      bore.add(inSpace(out, 10 + random.number(-0.02, 0.02), kOrigin), kZ);
-    }
-    XCircleFit3DLM circle;
-    EXPECT_EQ(fitIn(kPlane, bore, circle, true), 0);
-    Real nearest = 1e9L;
-    for (const auto& p : bore.points) {
-      nearest = std::min(nearest, (Vec(p) - Vec(circle.center)).cross(kZ).norm());
-    }
-    EXPECT_LT(gap(circle.radius, nearest), 1.1e-3);
-    EXPECT_GT(circle.radius, count == 72 ? 7 : 9.9);
-    const Vec first = (Vec(bore.points[0]) - middleOf(bore.points)).unit();
-    EXPECT_LT((Vec(circle.majorDir) - first).norm(), 1e-5);
+  Scan bore;
+  for (int i = 0; i < kCount; ++i) {
+    const Vec out(std::cos(2 * CV_PI * i / kCount), std::sin(2 * CV_PI * i / kCount), 0);
+    bore.add(inSpace(out, 10 + random.number(-0.02, 0.02), kOrigin), kZ);
   }
+  XCircleFit3DLM circle;
+  EXPECT_EQ(fitIn(kPlane, bore, circle, true), 0);
+  Real nearest = 1e9L;
+  for (const auto& p : bore.points) {
+    nearest = std::min(nearest, (Vec(p) - Vec(circle.center)).cross(kZ).norm());
+  }
+  EXPECT_LT(gap(circle.radius, nearest), 1.1e-3);
+  EXPECT_GT(circle.radius, 9.9);
+  const Vec first = (Vec(bore.points[0]) - middleOf(bore.points)).unit();
+  EXPECT_LT((Vec(circle.majorDir) - first).norm(), 1e-5);
 }
 
 // The same search, told plainly: all points sorted in every pass.
@@ -60,7 +59,7 @@ std::optional<FlatCircle> plainExchange(const PlanarView& points, FlatCircle cir
   const auto square = [&](int i, int j) { return (at(i) - at(j)).dot(at(i) - at(j)); };
   FlatCircle old = circle;
   int old_a = -1, old_b = -1, skips = 0;
-  bool shrank = false, grew = false;
+  bool passed_over = false;
   for (int pass = 0;; ++pass) {
     std::vector<std::pair<float, int>> near;
     for (int i = 0; i < points.count(); ++i) {
@@ -68,11 +67,7 @@ std::optional<FlatCircle> plainExchange(const PlanarView& points, FlatCircle cir
       near.emplace_back(std::sqrt(dx * dx + dy * dy), i);
     }
     std::sort(near.begin(), near.end());
-    if (shrank || grew) {
-      near[0].first += 12345678.0F;
-      std::sort(near.begin(), near.end());
-    }
-    shrank = grew = false;
+    if (passed_over) std::rotate(near.begin(), near.begin() + 1, near.end());
     if (std::fabs(near[0].first - circle.r) < 0.001 || pass > 1000) return circle;
     if (static_cast<float>(skips) / static_cast<float>(points.count()) > 0.4F) return {};
     int a = near[0].second, b = near[1].second, c = near[2].second;
@@ -92,19 +87,16 @@ std::optional<FlatCircle> plainExchange(const PlanarView& points, FlatCircle cir
     old = circle;
     old_a = a;
     old_b = b;
-    const cv::Mat rows = (cv::Mat_<double>(2, 2) << at(a)[0] - at(b)[0], at(a)[1] - at(b)[1],
-                          at(b)[0] - at(c)[0], at(b)[1] - at(c)[1]);
-    const cv::Mat right = (cv::Mat_<double>(2, 1) << (at(a).dot(at(a)) - at(b).dot(at(b))) / 2,
-                           (at(b).dot(at(b)) - at(c).dot(at(c))) / 2);
-    const cv::Mat solved = rows.inv() * right;
-    const double x = solved.at<double>(0), y = solved.at<double>(1);
-    const double dx = at(a)[0] - x, dy = at(a)[1] - y;
-    const FlatCircle next{static_cast<float>(x), static_cast<float>(y),
-                          static_cast<float>(std::sqrt(dx * dx + dy * dy))};
-    shrank = 0.75 * circle.r > next.r;
-    grew = !shrank && next.r > circle.r;
-    skips += static_cast<int>(shrank || grew);
-    if (!shrank && !grew) circle = next;
+    const cv::Vec2d ab = at(a) - at(b), bc = at(b) - at(c);
+    const cv::Vec2d right((at(a).dot(at(a)) - at(b).dot(at(b))) / 2,
+                          (at(b).dot(at(b)) - at(c).dot(at(c))) / 2);
+    const cv::Vec2d o = cv::Matx22d(ab[0], ab[1], bc[0], bc[1]).inv() * right;
+    const cv::Vec2d spoke = at(a) - o;
+    const FlatCircle next{static_cast<float>(o[0]), static_cast<float>(o[1]),
+                          static_cast<float>(std::sqrt(spoke.dot(spoke)))};
+    passed_over = 0.75 * circle.r > next.r || next.r > circle.r;
+    skips += static_cast<int>(passed_over);
+    if (!passed_over) circle = next;
   }
 }
 
@@ -143,28 +135,25 @@ void expectSame(const std::optional<FlatCircle>& a, const std::optional<FlatCirc
 // On bores of all sizes, smooth and ragged, whole and in part, and on scattered points, where some
 // searches pass over too many circles and give up.
 TEST(InscribedCircle, GoesTheWayThatItsStepsTell) {
+  constexpr Real kRadii[] = {0.05L, 0.4L, 3, 40, 1500}, kRough[] = {0, 0.001L, 0.3L, 2};
   RandomGeometry random(1);
   int given_up = 0;
   for (int run = 0; run < 600; ++run) {
     SCOPED_TRACE(run);
-    const double radius =
-        std::array{0.05, 0.4, 3.0, 40.0, 1500.0}[static_cast<std::size_t>(run % 5)];
-    const Real rough = std::array{0.0, 0.001, 0.3, 2.0}[static_cast<std::size_t>(run / 5 % 4)];
+    const Real radius = kRadii[run % 5], rough = kRough[run / 5 % 4];
     const Real arc = run / 20 % 2 == 0 ? 6.28L : 2.0L;
-    std::vector<cv::Point2f> points;
+    std::vector<cv::Point2f> points, scattered;
     for (int i = 0; i < 9 + run % 30; ++i) {
       const Real r = radius * (1 + rough * random.number(-0.5, 0.5)), t = random.number(0, 1) * arc;
-      points.push_back({static_cast<float>(r * std::cos(t)), static_cast<float>(r * std::sin(t))});
+      points.emplace_back(r * std::cos(t), r * std::sin(t));
     }
     expectSame(internal::inscribedCircle(PlanarView(points)), plainSearch(PlanarView(points)));
-    points.resize(static_cast<std::size_t>(10 + run % 3));
-    for (auto& p : points) {
-      p.x = static_cast<float>(random.number(-10, 10));
-      p.y = static_cast<float>(random.number(-10, 10));
+    for (int i = 0; i < 10 + run % 3; ++i) {
+      scattered.emplace_back(random.number(-10, 10), random.number(-10, 10));
     }
     const FlatCircle start{0, 0, static_cast<float>(random.number(1, 20))};
-    const auto exchanged = internal::exchangeBearingPoints(PlanarView(points), start);
-    expectSame(exchanged, plainExchange(PlanarView(points), start));
+    const auto exchanged = internal::exchangeBearingPoints(PlanarView(scattered), start);
+    expectSame(exchanged, plainExchange(PlanarView(scattered), start));
     given_up += static_cast<int>(!exchanged);
   }
   EXPECT_GT(given_up, 0);

@@ -58,20 +58,18 @@ inline constexpr StageTraits kStagesOf<ExactTies> = kStagesOf<zelmolm::XCylinder
 
 namespace {
 
-// What one stage keeps; the normals stand at these angles to the shape's direction.
+// What one stage keeps of points whose normals pass every angle.
 template <typename Fit, typename Stage>
-std::vector<int> keptBy(const std::vector<float>& residuals, const std::vector<float>& degrees,
-                        Stage stage) {
+std::vector<int> keptBy(const std::vector<float>& residuals, Stage stage) {
   Fit fit;
   fit.residuals = residuals;
+  const bool is_along = kStagesOf<Fit>.angle_test == AngleTest::Along;
   std::vector<float> points, normals;
-  for (std::size_t i = 0; i < degrees.size(); ++i) {
-    const double angle = degrees[i] * CV_PI / 180;
+  for (std::size_t i = 0; i < residuals.size(); ++i) {
     points.insert(points.end(), {static_cast<float>(i), 0, 0});
-    normals.insert(normals.end(),
-                   {static_cast<float>(std::sin(angle)), 0, static_cast<float>(std::cos(angle))});
+    normals.insert(normals.end(), {is_along ? 0.0F : 1.0F, 0, is_along ? 1.0F : 0.0F});
   }
-  FitStages<Fit> stages(fit, points.data(), normals.data(), static_cast<int>(degrees.size()));
+  FitStages<Fit> stages(fit, points.data(), normals.data(), static_cast<int>(residuals.size()));
   test::standardOutputOf([&] { EXPECT_EQ(stage(stages), 0); });
   return fit.kept;
 }
@@ -95,42 +93,23 @@ TEST(ProportionFilter, OfTiedPointsTheEarliestStay) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    const std::vector<float> along(c.residuals.size(), 0), across(c.residuals.size(), 90);
     const auto by_share = [&](auto& s) { return s.proportion(c.share); };
     const auto by_both = [&](auto& s) { return s.proportionAngle(c.share, 45); };
-    EXPECT_EQ(keptBy<NearTies>(c.residuals, along, by_share), c.near);
-    EXPECT_EQ(keptBy<ExactTies>(c.residuals, along, by_share), c.exact);
-    EXPECT_EQ(keptBy<NearTies>(c.residuals, along, by_both), c.near);
-    EXPECT_EQ(keptBy<ExactTies>(c.residuals, across, by_both), c.exact_by_angle);
+    EXPECT_EQ(keptBy<NearTies>(c.residuals, by_share), c.near);
+    EXPECT_EQ(keptBy<ExactTies>(c.residuals, by_share), c.exact);
+    EXPECT_EQ(keptBy<NearTies>(c.residuals, by_both), c.near);
+    EXPECT_EQ(keptBy<ExactTies>(c.residuals, by_both), c.exact_by_angle);
   }
 }
 
-// Of what the angle leaves: two of four, not two of six.
-TEST(ProportionFilter, TakesItsShareOfWhatTheAngleLeaves) {
-  const auto kept = keptBy<NearTies>({9, 1, 2, 3, 4, 9}, {60, 0, 0, 0, 0, 60},
-                                     [](auto& s) { return s.proportionAngle(0.49F, 45); });
-  EXPECT_THAT(kept, ElementsAre(1, 2, 3));
-}
-
 TEST(SigmaFilter, KeepsTheBoundsOfItsBand) {
-  const std::vector<float> residuals = {
-      0, 2, std::nextafter(0.0F, -1.0F), std::nextafter(2.0F, 3.0F), 1, kNaN};
-  const auto kept = [&](float factor) {
-    return keptBy<NearTies>(residuals, {0, 0, 0, 0, 0, 0},
-                            [=](auto& s) { return s.sigma(factor); });
+  const auto kept = [](float factor) {
+    return keptBy<NearTies>(
+        {0, 2, std::nextafter(0.0F, -1.0F), std::nextafter(2.0F, 3.0F), 1, kNaN},
+        [=](auto& s) { return s.sigma(factor); });
   };
   EXPECT_THAT(kept(0.5F), ElementsAre(0, 1, 4, 5));
   EXPECT_THAT(kept(0.0F), ElementsAre(4, 5));
-}
-
-// The axis is what an angle of the cylinder is measured from; a reversed normal counts like a true
-// one, and once half of the points are dropped the rest stays.
-TEST(AngleFilter, MeasuresFromTheNormalOrFromTheAxis) {
-  const std::vector<float> off = {0, 29.9F, 30.1F, 90, 149.9F, 150.1F, 180, 90};
-  const auto by_angle = [](auto& s) { return s.angle(30); };
-  EXPECT_THAT(keptBy<NearTies>({}, off, by_angle), ElementsAre(0, 1, 5, 6));
-  EXPECT_THAT(keptBy<ExactTies>({}, off, by_angle), ElementsAre(2, 3, 4, 7));
-  EXPECT_THAT(keptBy<NearTies>({}, {90, 0, 90, 90, 90, 90, 90}, by_angle), ElementsAre(1, 4, 5, 6));
 }
 
 // From eleven points on the cylinder's sum of squares is divided by n - 1.

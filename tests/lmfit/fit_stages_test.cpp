@@ -1,12 +1,11 @@
 // SPDX-FileCopyrightText: LibZelmo contributors
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <array>
 #include <limits>
+#include <sstream>
 
 #include <gmock/gmock.h>
 
 #include "lmfit/shapes.h"
-#include "zelmo/lmfit/internal/kth_largest.h"
 
 namespace zelmo::test {
 namespace {
@@ -31,19 +30,15 @@ TYPED_TEST(FitStages, ReportsFailuresByTheShapesCodes) {
   };
   const Case cases[] = {
       {"unknown method", kCount, 6, 0, 0, 0, -1},
-      {"negative method", kCount, -1, 0, 0, 0, -1},
       {"one point short", TypeParam::minimum - 1, FilterNone, 0, 0, 0, -1},
-      {"no points", 0, FilterSigma, 0, 1, 0, -1},
       {"negative count", -5, FilterNone, 0, 0, 0, -1},
       {"share above 1", kCount, FilterProportion, 0, 0, 1.01F, -1},
       {"share below 0", kCount, FilterProportion, 0, 0, -0.001F, -1},
       {"share NaN", kCount, FilterProportion, 0, 0, kNaN, -1},
       {"share that comes to no point", kCount, FilterProportion, 0, 0, 0.016F, 0},
-      {"share NaN after the angle", kCount, FilterProportionAngle, 45, 0, kNaN, -1},
       {"no share, nothing flagged", kCount, FilterProportionAngle, TypeParam::angle_limit, 0, 0, 0},
       {"no share but flagged points", kCount, FilterProportionAngle, kNaN, 0, 0, -1},
       {"all dropped by share", kCount, FilterProportion, 0, 0, 1, kNothingLeft},
-      {"all but three dropped", kCount, FilterProportion, 0, 0, 0.96F, kNothingLeft},
       {"empty band", kCount, FilterSigma, 0, -1, 0, kNothingLeft},
       {"band and angle of none", kCount, FilterSigmaAngle, kNaN, 9, 0, kNothingLeft},
   };
@@ -59,6 +54,51 @@ TYPED_TEST(FitStages, ReportsFailuresByTheShapesCodes) {
   const FilterParam limit(TypeParam::angle_limit, 2, 0);
   standardOutputOf(
       [&] { EXPECT_EQ(fit.Fit(scan.at(), nullptr, kCount, limit, FilterProportionAngle), -1); });
+}
+
+// Of 100 points ten lie off by 1, and ten others have a normal that no angle lets pass.
+TYPED_TEST(FitStages, PrintsWhatEachFilterDid) {
+  constexpr Kind kKind = TypeParam::kind;
+  Scan scan = soundScan(kKind, 100, 0.01L);
+  for (std::size_t i = 0; i < 100; ++i) {
+    const Vec n(scan.normals[i]);
+    if (i * 37 % 100 < 10) scan.points[i] = (Vec(scan.points[i]) + n).rounded();
+    if (i * 37 % 100 >= 90) scan.normals[i] = tilted(kKind, n).rounded();
+  }
+  const std::string start = "param:([-+.e0-9]+ ){6}[-+.e0-9]+\n";
+  const std::string band = "([-+.e0-9]+ ){3}[-+.e0-9]+\n";
+  const std::string least = "min_n_maxvalue=0\\.[6-9].*\n";
+  const std::vector<std::string> expected =
+      kKind == Kind::Plane    ? std::vector<std::string>{"",
+                                                         band,
+                                                         "89 100\n",
+                                                         "90 100\n",
+                                                         band + "80 100\n",
+                                                         least + "80 100\n"}
+      : kKind == Kind::Sphere ? std::vector<std::string>{"", band, "", "", "", least}
+                              : std::vector{start, start, start, start, start, start + "80 100\n"};
+  for (std::size_t method = 0; method < 6; ++method) {
+    typename TypeParam::Fit fit;
+    const FilterParam param(TypeParam::angle_limit, 2, 0.112F);
+    const std::string printed = fitScan(fit, scan, param, static_cast<int>(method)).printed;
+    EXPECT_THAT(printed, testing::MatchesRegex(expected[method])) << method;
+    const Params all = solved(kKind, truthOf(kKind), scan.points);
+    if (kKind == Kind::Cylinder) {  // the start takes all points within 2 into account
+      Real radius = 0;
+      std::istringstream numbers(printed.substr(6));
+      for (int k = 0; k < 7; ++k) numbers >> radius;
+      EXPECT_LT(gap(radius, all[6]), 1e-2);
+    }
+    if (expected[method] != band) continue;
+    Real squares = 0;
+    for (const auto& p : scan.points) squares += std::pow(residualOf(kKind, all, Vec(p)), 2);
+    double mean = 1, deviation = 0, upper = 0, lower = 0;
+    std::istringstream(printed) >> mean >> deviation >> upper >> lower;
+    EXPECT_NEAR(mean, 0, kFloatLength);
+    EXPECT_LT(gap(deviation, std::sqrt(squares / 100)), kFloatLength);
+    EXPECT_NEAR(upper, 2 * deviation, kFloatLength);
+    EXPECT_NEAR(lower, -2 * deviation, kFloatLength);
+  }
 }
 
 TYPED_TEST(FitStages, SurvivesWhatIsNoNumber) {
@@ -80,16 +120,6 @@ TYPED_TEST(FitStages, SurvivesWhatIsNoNumber) {
     }
   }
   testing::internal::GetCapturedStderr();
-}
-
-TEST(KthLargest, CountsTiesAndTakesNaNForTheLargest) {
-  using internal::kthLargest;
-  const std::vector<float> values = {2, 5, 5, kNaN, -7, 5};
-  EXPECT_TRUE(std::isnan(kthLargest(values, 1)));
-  EXPECT_THAT((std::array{kthLargest(values, 2), kthLargest(values, 4), kthLargest(values, 5),
-                          kthLargest(values, 6)}),
-              testing::ElementsAre(5, 5, 2, -7));
-  for (const int k : {0, -1, 7}) EXPECT_EQ(kthLargest(values, k), -1.0F);
 }
 
 }  // namespace

@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "zelmo/lmfit/plane_fit_lm.h"
 
-#include <sstream>
-
 #include <gmock/gmock.h>
 
 #include "lmfit/shapes.h"
@@ -85,37 +83,6 @@ TEST(XPlaneFitLM, LiesOnTheSideOfMostNormals) {
   none.normals.assign(4, {0, 0, 0});
   EXPECT_EQ(fitted(tied).normal[2], fitted(none).normal[2]);
   EXPECT_EQ(std::fabs(fitted(tied).normal[2]), 1);
-}
-
-TEST(XPlaneFitLM, PrintsWhatEachFilterDid) {
-  Scan scan;
-  for (int i = 0; i < 100; ++i) {
-    const bool off = i * 37 % 100 < 10;
-    const bool tilted = i * 37 % 100 >= 90;
-    scan.add({Real(i % 10), Real(i / 10), Real(off)}, {Real(tilted), 0, Real(!tilted)});
-  }
-  const auto printed = [&](int method, float share) {
-    XPlaneFitLM fit;
-    return fitScan(fit, scan, FilterParam(20, 2, share), method).printed;
-  };
-  EXPECT_EQ(printed(0, 0.1F), "");
-  EXPECT_EQ(printed(2, 0.1F), "90 100\n");
-  EXPECT_EQ(printed(3, 0.1F), "90 100\n");
-  EXPECT_THAT(printed(5, 0.112F), testing::MatchesRegex("min_n_maxvalue=0\\.[89].*\n80 100\n"));
-
-  const std::string band = printed(1, 0.1F);
-  EXPECT_EQ(printed(4, 0.1F), band + "80 100\n");
-  const Params all = solved(Kind::Plane, paramsOf({}, {0, 0, 1}), scan.points);
-  Real squares = 0;
-  for (const auto& p : scan.points) squares += std::pow(residualOf(Kind::Plane, all, Vec(p)), 2);
-  std::istringstream line(band);
-  double mean = 1, deviation = 0, upper = 0, lower = 0;
-  line >> mean >> deviation >> upper >> lower;
-  EXPECT_EQ(line.get(), '\n');
-  EXPECT_NEAR(mean, 0, 1e-6);
-  EXPECT_NEAR(deviation, static_cast<double>(std::sqrt(squares / 100)), 1e-6);
-  EXPECT_NEAR(upper, 2 * deviation, 2e-6);
-  EXPECT_NEAR(lower, -2 * deviation, 2e-6);
 }
 
 // In the zone all but the farthest are measured from the lowest, and that one counts 10 n times. A

@@ -129,10 +129,9 @@ Scan spoiltScan(Kind kind, int outliers, double share) {
     cv::Point3f& point = scan.points[static_cast<std::size_t>(i)];
     cv::Point3f& normal = scan.normals[static_cast<std::size_t>(i)];
     const Vec n(normal);
-    const Vec tilt = kind == Kind::Cylinder ? kZ : n.cross(Vec(1, 2, 3)).unit();
     const Vec moves[] = {random.direction() * random.number(5, 30), n * random.number(0, 4),
                          n * random.number(0.05, 0.5), random.point(0.1)};
-    const Vec normals[] = {random.direction(), tilt, n, random.direction()};
+    const Vec normals[] = {random.direction(), tilted(kind, n), n, random.direction()};
     if (i * 7919 % kPoints < share * kPoints) {
       point = (Vec(point) + moves[outliers]).rounded();
       normal = normals[outliers].rounded();

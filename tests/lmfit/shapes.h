@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <climits>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -75,24 +76,27 @@ inline Scan soundScan(Kind kind, int count, Real noise = 0) {
   return scan;
 }
 
+/// A normal that no filter by angle lets pass.
+inline Vec tilted(Kind kind, const Vec& normal) {
+  return kind == Kind::Cylinder ? kZ : normal.cross(Vec(1, 2, 3)).unit();
+}
+
 /// What a call with a filter gave: its code and its lines.
 struct Outcome {
   int code = 99;
   std::string printed;
 };
 
+constexpr int kAll = INT_MIN;
 template <typename Fit>
-Outcome fitScan(Fit& fit, const Scan& scan, const FilterParam& param, int method, int count) {
+Outcome fitScan(Fit& fit, const Scan& scan, const FilterParam& param, int method,
+                int count = kAll) {
   Outcome outcome;
   outcome.printed = standardOutputOf([&] {
-    outcome.code =
-        fit.Fit(scan.at(), scan.normalsAt(), count, param, static_cast<FilterMethod>(method));
+    outcome.code = fit.Fit(scan.at(), scan.normalsAt(), count == kAll ? scan.count() : count, param,
+                           static_cast<FilterMethod>(method));
   });
   return outcome;
-}
-template <typename Fit>
-Outcome fitScan(Fit& fit, const Scan& scan, const FilterParam& param, int method) {
-  return fitScan(fit, scan, param, method, scan.count());
 }
 
 // Storing a coordinate of up to 128 in a float costs half of this, and a unit component half of that.

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include <dlfcn.h>
-#include <gmock/gmock.h>
 #include <gsl/gsl_multimin.h>
 #include <gtest/gtest.h>
 
@@ -23,7 +22,6 @@
 #include "zelmo/simplex/cylinder_fit.h"
 #include "zelmo/simplex/line_fit.h"
 #include "zelmo/simplex/plane_fit.h"
-#include "zelmo/simplex/principal_axes.h"
 #include "zelmo/simplex/sphere_fit.h"
 
 namespace {
@@ -53,10 +51,6 @@ extern "C" __attribute__((visibility("default"))) int gsl_multimin_fminimizer_se
 
 namespace zelmo::test {
 namespace {
-
-using testing::DoubleNear;
-using testing::Each;
-using testing::Pointwise;
 
 // A ring of two heights, longer along (1, 1, 0) than across.
 std::vector<cv::Point3f> someRing() {
@@ -122,37 +116,6 @@ TEST(FirstSteps, FollowTheStart) {
   EXPECT_EQ(round.start[4], round.start[3] / 2);                      // corner radius
   EXPECT_EQ(oval.start[3], rectangle.start[3]);                       // end radius
   EXPECT_EQ(oval.start[2], rectangle.start[2] - rectangle.start[3]);  // half straight
-}
-
-TEST(FirstSteps, OfFit2BeginAtEachPrincipalAxis) {
-  const auto points = someRing();
-  cv::Mat values;
-  cv::Mat vectors;
-  cv::Point3f center;
-  x3dfit::computePrincipalAxes(points, values, vectors, center);
-  double p[8] = {};
-  g_begun.clear();
-  x3dfit::XCylinderFit().Fit2(&points[0].x, 24, p);
-  x3dfit::XConeFit().Fit2(&points[0].x, 24, p, x3dfit::Chebyshev);
-  ASSERT_EQ(g_begun.size(), 6U);
-  for (int axis = 0; axis < 3; ++axis) {
-    const cv::Vec3d d(vectors.ptr<double>(axis));
-    const double radius = std::sqrt(values.at<double>(axis) / 24);
-    const Values start = {center.x, center.y, center.z, d[0], d[1], d[2], radius};
-    const Begun& cylinder = g_begun[static_cast<std::size_t>(axis)];
-    const Begun& cone = g_begun[static_cast<std::size_t>(3 + axis)];
-    EXPECT_THAT(cylinder.start, Pointwise(DoubleNear(1e-12), start));
-    EXPECT_THAT(cylinder.step, Each(DoubleNear(radius / 50, 1e-12)));
-    double low = 1e10, high = -1e10, across = 0;
-    for (const auto& q : points) {
-      const cv::Vec3d e(q.x - center.x, q.y - center.y, q.z - center.z);
-      low = std::min(low, e.dot(d));
-      high = std::max(high, e.dot(d));
-      across = std::max(across, cv::norm(e.cross(d)));
-    }
-    EXPECT_NEAR(cone.start[6], std::atan2(across, (high - low) / 2), 1e-5);
-    EXPECT_THAT(cone.step, Each(DoubleNear(largest(start) / 10, 1e-12)));
-  }
 }
 
 TEST(KeepBestAxis, TakesTheFirstOfEqualsAndNoNan) {
