@@ -7,7 +7,7 @@ set -eu
 
 packages="
   g++ cmake ninja-build pkg-config
-  libopencv-dev libpcl-dev libgsl-dev liblapack-dev libboost-dev
+  libopencv-dev libpcl-dev libgsl-dev liblapack-dev libboost-dev nlohmann-json3-dev
   libocct-data-exchange-dev libocct-foundation-dev libocct-modeling-algorithms-dev
   libocct-modeling-data-dev
   libgtest-dev libgmock-dev
@@ -20,6 +20,7 @@ for option in "$@"; do
     --with-docs) packages="$packages doxygen" ;;
     --with-packaging) packages="$packages dpkg-dev" ;;
     --with-lint) packages="$packages clang clang-format clang-tidy python3" ;;
+    --with-browser) packages="$packages chromium fonts-dejavu-core python3" ;;
     *)
       echo "install_deps.sh: unknown option $option" >&2
       exit 2
