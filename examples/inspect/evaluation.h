@@ -23,7 +23,7 @@ struct Inspection {
   const std::vector<OutlineMeasurement>& outlines;
 };
 
-/// Evaluates all that was asked for and writes its files.
+/// Evaluates all that was asked for and writes its files, the report among them.
 /// \return the tables for the user
 std::string reportOn(const Inspection& done, const Options& options, const OutputFolder& folder,
                      Progress& progress);

@@ -24,7 +24,6 @@
 #include "outlines.h"
 #include "output_folder.h"
 #include "outward.h"
-#include "picture.h"
 #include "scan.h"
 #include "triangles.h"
 #include "tube.h"
@@ -108,8 +107,6 @@ int measureInto(const OutputFolder& folder, Options options, Progress& progress,
       outlinesOf(model, content), {scan, options, inspector.cloud(), folder.pathFor("")}, progress);
   text +=
       reportOn({model, content, scan, truth, measurements, outlines}, options, folder, progress);
-  progress.step("drawing the part");
-  drawPictures(model, measurements, scan, folder);
   for (const Measurement& one : measurements) {
     if (one.done()) return kDone;
   }
@@ -124,7 +121,9 @@ int measure(const Options& options) {
   });
   if (!outcome.whole) return outcome.code;
   folder.commit();
-  print(outcome.text + "Results in " + options.output + "\n");
+  const bool reported = options.probe == 0.0;
+  print(outcome.text + "Results in " + options.output +
+        (reported ? ", the report in " + options.output + "/report.html\n" : "\n"));
   if (outcome.code != kNothingMeasured) return outcome.code;
   throw Failure(kNothingMeasured,
                 "no feature could be measured: do the model and the scan lie in one frame, in mm?");

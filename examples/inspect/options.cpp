@@ -98,6 +98,8 @@ bool readValueOption(Arguments& arguments, Options& options) {
   } else if (word == "--section") {
     options.section = arguments.value();
     if (options.section.empty()) refuse("--section needs a plane a,b,c,d");
+  } else if (word == "--date") {
+    options.date = arguments.value();
   } else if (word == "--noise") {
     options.noise = numberIn(word, arguments.value(), 0.0, 1e3);
   } else {
@@ -248,6 +250,7 @@ mesh, or the made part's where no FILE is named: --section 0,0,1,-20 cuts at z =
   --points N         number of points of a simulated scan (default: 400000)
   --noise MM         standard deviation of a simulated scan (default: 0.01)
   --families         fit spheres, cylinders, cones and circles by the simplex as well, and compare
+  --date TEXT        date that the report shows; without it the report names none
   --verbose          show what the library and the CAD kernel print instead of logging it
   --version          print the version
   -h, --help         print this text
@@ -300,6 +303,10 @@ Tolerances
   position twice the largest distance. Being out of tolerance does not change the exit status.
 
 Results in OUT
+  report.html        the whole inspection as one page that needs nothing else: summary, the part by
+                     verdict, every feature with its deviations drawn, every requirement
+  report.json        the same numbers with all their digits, for programs
+  report.csv         likewise, one line per number of a feature and per requirement
   features.csv       every nominal feature and outline and its measured twin, 47 columns
   results.csv        the numbers of the table with all their digits
   tolerances.csv     every requirement: nominal, tolerance, measured, deviation, in or out

@@ -36,6 +36,7 @@ struct Options {
   std::string section;    ///< a,b,c,d of the plane to cut with
   bool align = false;     ///< move the scan onto the model before it is measured
   std::string rps;        ///< file of RPS points; empty where they are to be picked
+  std::string date;       ///< what the report says of its date; empty for none
   bool verbose = false;
 };
 

@@ -12,21 +12,8 @@
 #include "feature_lines.h"
 #include "numbers.h"
 #include "outward.h"
-#include "surface_mesh.h"
-#include "svg.h"
-#include "view.h"
 
 namespace inspect {
-
-std::string hexOf(const Colour& colour) {
-  constexpr const char* kDigits = "0123456789abcdef";
-  std::string text = "#";
-  for (int i = 0; i < 3; ++i) {
-    const auto value = static_cast<unsigned>(std::clamp(std::lround(colour[i]), 0L, 255L));
-    text += {kDigits[value / 16], kDigits[value % 16]};
-  }
-  return text;
-}
 
 void paintFaces(Svg& svg, const View& view, const SurfaceMesh& mesh,
                 const std::vector<Colour>& colours, double contrast) {
@@ -38,7 +25,10 @@ void paintFaces(Svg& svg, const View& view, const SurfaceMesh& mesh,
     const cv::Vec3d normal = unit((b - a).cross(c - a));
     const double shade = 1.03 - contrast * (1.0 - std::abs(normal.dot(light)));
     const auto face = static_cast<std::size_t>(mesh.faces[static_cast<std::size_t>(triangle)]);
-    svg.patch({view.at(a), view.at(b), view.at(c)}, hexOf(colours[face] * shade));
+    Path2 corners{view.at(a), view.at(b), view.at(c)};
+    // One sense for all: in a joined patch, opposite ones would make a hole where they overlap.
+    if (normal.dot(view.eye()) < 0.0) std::swap(corners[1], corners[2]);
+    svg.patch(corners, hexOf(colours[face] * shade));
   }
   svg.close();
 }
@@ -123,13 +113,6 @@ double standOut(const Measurement& one, const Scan& scan) {
   return count > 0 ? side * sum / count : 0.0;
 }
 
-/// Blue over white to red.
-Colour scaleColour(double share) {
-  const Colour white(244, 244, 240), red(200, 44, 48), blue(38, 92, 176);
-  const double amount = std::min(1.0, std::abs(share));
-  return white + (share < 0.0 ? blue - white : red - white) * std::pow(amount, 0.85);
-}
-
 /// What is told of a feature beside the picture, and the place that it is told of.
 struct Callout {
   std::string name, value;
@@ -137,16 +120,8 @@ struct Callout {
   std::size_t pixels;  ///< that are seen of it
 };
 
-struct Scene {
-  const TopoDS_Shape& model;
-  const std::vector<Measurement>& measurements;
-  const SurfaceMesh& mesh;
-  const View& view;
-  std::vector<const Measurement*> of_face;
-};
-
-void drawLines(Svg& svg, const Scene& scene, const std::vector<Line3>& lines, bool seen,
-               const char* name) {
+void drawLines(Svg& svg, const PartPictures::Scene& scene, const std::vector<Line3>& lines,
+               bool seen, const char* name) {
   svg.open(name);
   for (const Line3& line : lines) {
     for (const Path2& stretch : scene.view.stretches(line, seen)) svg.path(stretch, false);
@@ -155,7 +130,8 @@ void drawLines(Svg& svg, const Scene& scene, const std::vector<Line3>& lines, bo
 }
 
 /// The middle of what is seen of each feature; features of which hardly anything is seen have none.
-std::vector<Callout> calloutsOf(const Scene& scene, const std::vector<std::string>& values) {
+std::vector<Callout> calloutsOf(const PartPictures::Scene& scene,
+                                const std::vector<std::string>& values) {
   constexpr std::size_t kLeast = 120;  // pixels
   struct Seen {
     cv::Point2d sum;
@@ -253,27 +229,26 @@ Svg sheetWith(double height, const std::string& title, const std::string& note) 
   return svg;
 }
 
-void drawPart(Svg& svg, const Scene& scene, const std::vector<Colour>& colours, double contrast,
-              const std::vector<Line3>& edges, const std::vector<Line3>& features) {
-  paintFaces(svg, scene.view, scene.mesh, colours, contrast);
-  drawLines(svg, scene, features, false, "hidden");
-  drawLines(svg, scene, edges, true, "edges");
-  drawLines(svg, scene, features, true, "features");
+/// Patches of colour with what they mean, up to the right margin.
+void drawKeys(Svg& svg, const std::vector<std::pair<std::string, Colour>>& keys) {
+  double x = kWidth - 16.0;
+  for (auto key = keys.rbegin(); key != keys.rend(); ++key) {
+    x -= 6.6 * static_cast<double>(key->first.size()) + 20.0;
+    svg.text({x + 20.0, 32.0}, key->first, "start", "name");
+    svg.patch({{x, 21.0}, {x + 14.0, 21.0}, {x + 14.0, 35.0}, {x, 35.0}}, hexOf(key->second));
+    x -= 22.0;
+  }
 }
 
 /// The kinds that the part has, with their colours.
-void drawKinds(Svg& svg, const Scene& scene) {
-  double x = kWidth - 16.0;
-  for (auto kind = kKinds.rbegin(); kind != kKinds.rend(); ++kind) {
+void drawKinds(Svg& svg, const PartPictures::Scene& scene) {
+  std::vector<std::pair<std::string, Colour>> keys;
+  for (const Kind& kind : kKinds) {
     const bool some = std::any_of(scene.of_face.begin(), scene.of_face.end(),
-                                  [&](const Measurement* one) { return &kindOf(one) == &*kind; });
-    if (!some) continue;
-    const std::string title = kind->title;
-    svg.text({x, 32.0}, title, "end", "name");
-    x -= 7.3 * static_cast<double>(title.size()) + 20.0;
-    svg.patch({{x, 21.0}, {x + 14.0, 21.0}, {x + 14.0, 35.0}, {x, 35.0}}, hexOf(kind->colour));
-    x -= 22.0;
+                                  [&](const Measurement* one) { return &kindOf(one) == &kind; });
+    if (some) keys.emplace_back(kind.title, kind.colour);
   }
+  drawKeys(svg, keys);
 }
 
 /// The scale of the deviations, in micrometres.
@@ -283,7 +258,7 @@ void drawScale(Svg& svg, double limit) {
   for (int i = 0; i < kCells; ++i) {
     const double share = 2.0 * (i + 0.5) / kCells - 1.0, x = kLeft + i * kCell;
     svg.patch({{x, 20.0}, {x + kCell, 20.0}, {x + kCell, 34.0}, {x, 34.0}},
-              hexOf(scaleColour(share)));
+              hexOf(kFaceScale.at(share)));
   }
   const std::string end = plain(1000.0 * limit, 3);
   svg.text({kLeft, 50.0}, "-" + end, "middle", "note");
@@ -325,52 +300,102 @@ std::vector<Line3> roundLines(const TopoDS_Shape& model,
   return lines;
 }
 
+constexpr double kSag = 4e-4, kAngle = 0.2;  // of the diagonal; rad
+
+cv::Rect2d sheetFor(const SurfaceMesh& mesh) {
+  const double width = kWidth - 2.0 * kMargin - 40.0;
+  const double height = std::clamp(View::heightFor(mesh, kTowardsEye, width), 420.0, 760.0);
+  return {kMargin + 20.0, kTop, width, height};
+}
+
+/// In and out of tolerance, and neither.
+const Colour kIn(112, 182, 160), kOut(226, 110, 60), kNeither(186, 191, 198);
+
+Colour colourOf(Judgement judgement) {
+  if (judgement == Judgement::In) return kIn;
+  return judgement == Judgement::Out ? kOut : kNeither;
+}
+
 }  // namespace
 
-void drawPictures(const TopoDS_Shape& model, const std::vector<Measurement>& measurements,
-                  const Scan& scan, const OutputFolder& folder) {
-  constexpr double kSag = 4e-4, kAngle = 0.2;  // of the diagonal; rad
-  const SurfaceMesh mesh = meshOf(model, kSag * diagonalOf(model), kAngle);
-  const double width = kWidth - 2.0 * kMargin - 40.0;
-  const double part_height = std::clamp(View::heightFor(mesh, kTowardsEye, width), 420.0, 760.0);
-  const double height = std::ceil(kTop + part_height + kBottom);
-  const View view(mesh, kTowardsEye, {kMargin + 20.0, kTop, width, part_height});
-  const Scene scene{model, measurements, mesh, view, featuresOfFaces(model, measurements)};
-  const std::vector<Line3> edges = edgeLinesOf(model);
-  const std::vector<Line3> round = roundLines(model, measurements, view.eye());
-
-  std::vector<std::string> sizes, values;
-  std::vector<double> out;
-  double largest = 0.0;
+PartPictures::PartPictures(const TopoDS_Shape& model, const std::vector<Measurement>& measurements,
+                           const Scan& scan)
+    : m_mesh(meshOf(model, kSag * diagonalOf(model), kAngle)),
+      m_sheet(sheetFor(m_mesh)),
+      m_view(m_mesh, kTowardsEye, m_sheet),
+      m_scene{measurements, m_mesh, m_view, featuresOfFaces(model, measurements)},
+      m_edges(edgeLinesOf(model)),
+      m_round(roundLines(model, measurements, m_view.eye())) {
   for (const Measurement& one : measurements) {
-    out.push_back(one.done() ? standOut(one, scan) : 0.0);
-    largest = std::max(largest, std::abs(out.back()));
-    sizes.push_back(one.done() ? sizeText(one) : one.trouble);
-    values.push_back(one.done() ? standOutText(out.back()) : one.trouble);
+    m_out.push_back(one.done() ? standOut(one, scan) : 0.0);
   }
-  const double limit = roundStep(std::max(largest, 1e-6));
-  std::vector<Colour> by_kind, by_deviation;
-  for (const Measurement* one : scene.of_face) {
-    by_kind.push_back(kindOf(one).colour);
-    const bool done = one != nullptr && one->done();
-    by_deviation.push_back(done ? scaleColour(out[indexOf(one, measurements)] / limit)
-                                : kKinds.back().colour);
+}
+
+Svg PartPictures::draw(const std::string& title, const std::string& note,
+                       const std::function<Colour(const Measurement*)>& colour,
+                       const std::function<std::string(const Measurement&)>& value, double contrast,
+                       const std::function<void(Svg&)>& key) const {
+  const double height = std::ceil(kTop + m_sheet.height + kBottom);
+  std::vector<Colour> colours;
+  for (const Measurement* one : m_scene.of_face) colours.push_back(colour(one));
+  std::vector<std::string> values;
+  for (const Measurement& one : m_scene.measurements) {
+    values.push_back(one.done() ? value(one) : one.trouble);
   }
+  Svg svg = sheetWith(height, title, note);
+  key(svg);
+  paintFaces(svg, m_view, m_mesh, colours, contrast);
+  drawLines(svg, m_scene, m_round, false, "hidden");
+  drawLines(svg, m_scene, m_edges, true, "edges");
+  drawLines(svg, m_scene, m_round, true, "features");
+  drawCallouts(svg, calloutsOf(m_scene, values), height);
+  return svg;
+}
 
-  Svg kinds = sheetWith(height, "Features by kind",
-                        "measured radii and flatness in mm, half angles of cones in degrees");
-  drawKinds(kinds, scene);
-  drawPart(kinds, scene, by_kind, 0.34, edges, round);
-  drawCallouts(kinds, calloutsOf(scene, sizes), height);
-  folder.write("features.svg", kinds.done());
+Svg PartPictures::byKind() const {
+  return draw(
+      "Features by kind", "measured radii and flatness in mm, half angles of cones in degrees",
+      [](const Measurement* one) { return kindOf(one).colour; }, sizeText, 0.34,
+      [this](Svg& svg) { drawKinds(svg, m_scene); });
+}
 
-  Svg deviations = sheetWith(height, "Deviation from the model",
-                             "mean distance of each feature's points from its nominal surface, "
-                             "positive out of the material");
-  drawScale(deviations, limit);
-  drawPart(deviations, scene, by_deviation, 0.2, edges, round);
-  drawCallouts(deviations, calloutsOf(scene, values), height);
-  folder.write("deviations.svg", deviations.done());
+Svg PartPictures::byDeviation() const {
+  double largest = 1e-6;
+  for (const double value : m_out) largest = std::max(largest, std::abs(value));
+  const double limit = roundStep(largest);
+  const auto out = [this](const Measurement& one) {
+    return m_out[indexOf(&one, m_scene.measurements)];
+  };
+  return draw(
+      "Deviation from the model",
+      "mean distance of each feature's points from its nominal surface, positive out of the "
+      "material",
+      [&](const Measurement* one) {
+        const bool done = one != nullptr && one->done();
+        return done ? kFaceScale.at(out(*one) / limit) : kKinds.back().colour;
+      },
+      [&](const Measurement& one) { return standOutText(out(one)); }, 0.2,
+      [limit](Svg& svg) { drawScale(svg, limit); });
+}
+
+Svg PartPictures::byVerdict(const std::vector<Judgement>& verdicts) const {
+  const auto of = [&](const Measurement& one) {
+    return verdicts[indexOf(&one, m_scene.measurements)];
+  };
+  return draw(
+      "Features by verdict",
+      "a feature is out of tolerance where one of its requirements is; others without a colour",
+      [&](const Measurement* one) { return one != nullptr ? colourOf(of(*one)) : kNeither; },
+      [&](const Measurement& one) { return wordsOf(of(one)); }, 0.34,
+      [](Svg& svg) {
+        drawKeys(svg,
+                 {{"in tolerance", kIn}, {"out of tolerance", kOut}, {"no verdict", kNeither}});
+      });
+}
+
+void PartPictures::writeTo(const OutputFolder& folder) const {
+  folder.write("features.svg", byKind().done());
+  folder.write("deviations.svg", byDeviation().done());
 }
 
 }  // namespace inspect

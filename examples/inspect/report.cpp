@@ -38,15 +38,6 @@ std::string headOf(const std::string& kind) {
   return line_for("cones", "axis, half angle", "conicity");
 }
 
-/// The measured feature; a plane's offset is taken where it is compared, at the nominal centre.
-Telling tellMeasured(const Measurement& one) {
-  Telling telling = tell(one.measured);
-  if (std::holds_alternative<xgeofeature::XFPlane>(one.measured)) {
-    telling.size = tell(one.nominal.ideal).size + one.difference.distance;
-  }
-  return telling;
-}
-
 std::string featureText(const Telling& telling, bool sphere) {
   const cv::Vec3d& shown = sphere ? telling.point : telling.direction;
   std::string text;
@@ -170,6 +161,14 @@ void writeFeatures(const std::vector<Measurement>& measurements,
 }
 
 }  // namespace
+
+Telling tellMeasured(const Measurement& one) {
+  Telling telling = tell(one.measured);
+  if (std::holds_alternative<xgeofeature::XFPlane>(one.measured)) {
+    telling.size = tell(one.nominal.ideal).size + one.difference.distance;
+  }
+  return telling;
+}
 
 std::string tableOf(const std::vector<Measurement>& measurements, const ModelContent& content,
                     const Scan& scan) {

@@ -15,6 +15,9 @@ namespace inspect {
 std::string tableOf(const std::vector<Measurement>& measurements, const ModelContent& content,
                     const Scan& scan);
 
+/// The measured feature; a plane's offset is taken where it is compared, at the nominal centre.
+Telling tellMeasured(const Measurement& one);
+
 /// Writes features.csv, results.csv, outlines.csv and deviations.csv. Throws Failure with kBadOutput
 /// where one of them isn't whole.
 void writeReports(const std::vector<Measurement>& measurements,

@@ -2,8 +2,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "svg.h"
 
+#include <algorithm>
 #include <cmath>
 
+#include "markup.h"
 #include "numbers.h"
 
 namespace inspect {
@@ -29,28 +31,21 @@ std::string withClass(const std::string& name) {
   return name.empty() ? name : " class=\"" + name + "\"";
 }
 
-std::string escaped(const std::string& words) {
-  std::string text;
-  for (const char c : words) {
-    if (c == '&') {
-      text += "&amp;";
-    } else if (c == '<') {
-      text += "&lt;";
-    } else if (c == '>') {
-      text += "&gt;";
-    } else if (static_cast<unsigned char>(c) < ' ') {
-      text += ' ';
-    } else {
-      text += c;
-    }
-  }
-  return text;
-}
-
 std::string stroke(const Path2& points, bool closed) {
   std::string text;
   for (const cv::Point2d& point : points) text += (text.empty() ? "M" : " ") + place(point);
   return text + (closed ? "Z" : "");
+}
+
+/// Rules of one selector each, for what stands in an element of the class.
+std::string scoped(const std::string& rules, const std::string& name) {
+  std::string text;
+  for (std::size_t start = 0; start < rules.size();) {
+    const std::size_t end = std::min(rules.find('}', start), rules.size() - 1) + 1;
+    text += "." + name + " " + rules.substr(start, end - start) + "\n";
+    start = end;
+  }
+  return text;
 }
 
 }  // namespace
@@ -98,6 +93,13 @@ void Svg::line(const cv::Point2d& from, const cv::Point2d& to, const std::string
   path({from, to}, false, name);
 }
 
+void Svg::lines(const std::vector<Path2>& lines, const std::string& name) {
+  if (lines.empty()) return;
+  m_body += "<path" + withClass(name) + " d=\"";
+  for (const Path2& one : lines) m_body += stroke(one, false);
+  m_body += "\"/>\n";
+}
+
 void Svg::circle(const cv::Point2d& center, double radius, const std::string& name) {
   m_body += "<circle" + withClass(name) + " cx=\"" + number(center.x) + "\" cy=\"" +
             number(center.y) + "\" r=\"" + number(radius) + "\"/>\n";
@@ -110,8 +112,22 @@ void Svg::rectangle(const cv::Rect2d& box, const std::string& name) {
 
 void Svg::patch(const Path2& points, const std::string& colour) {
   // The stroke closes the hairlines that would show between neighbours.
-  m_body += "<path fill=\"" + colour + "\" stroke=\"" + colour + "\" d=\"" + stroke(points, true) +
-            "\"/>\n";
+  const std::string end = "\" fill=\"" + colour + "\" stroke=\"" + colour + "\"/>\n";
+  const std::size_t before = m_body.size() - std::min(end.size(), m_body.size());
+  if (m_body.compare(before, std::string::npos, end) == 0) {
+    m_body.replace(before, end.size(), stroke(points, true) + end);
+  } else {
+    m_body += "<path d=\"" + stroke(points, true) + end;
+  }
+}
+
+void Svg::dots(const Path2& points, const std::string& name) {
+  if (points.empty()) return;
+  m_body += "<path" + withClass(name) + " d=\"";
+  for (const cv::Point2d& point : points) {
+    m_body += "M" + plain(point.x, 1) + " " + plain(point.y, 1) + "h0";
+  }
+  m_body += "\"/>\n";
 }
 
 void Svg::text(const cv::Point2d& at, const std::string& words, const std::string& anchor,
@@ -129,5 +145,15 @@ std::string Svg::done() const {
          "}\n</style>\n<rect class=\"page\" width=\"" + number(m_width) + "\" height=\"" +
          number(m_height) + "\"/>\n" + m_body + "</svg>\n";
 }
+
+std::string Svg::inlined(const std::string& name, const std::string& description) const {
+  return "<svg xmlns=\"http://www.w3.org/2000/svg\" class=\"" + name +
+         "\" role=\"img\" aria-label=\"" + escaped(m_title + ". " + description) +
+         "\" viewBox=\"0 0 " + number(m_width) + " " + number(m_height) + "\">\n" + m_body +
+         "</svg>\n";
+}
+
+std::string Svg::rulesFor(const std::string& name) const { return scoped(m_rules, name); }
+std::string Svg::darkRulesFor(const std::string& name) const { return scoped(m_dark_rules, name); }
 
 }  // namespace inspect

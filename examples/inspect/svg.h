@@ -29,16 +29,28 @@ class Svg {
   /// Several closed lines as one area, with holes where they lie in one another.
   void area(const std::vector<Path2>& loops, const std::string& name);
   void line(const cv::Point2d& from, const cv::Point2d& to, const std::string& name);
+  /// Several open lines as one element.
+  void lines(const std::vector<Path2>& lines, const std::string& name);
   void circle(const cv::Point2d& center, double radius, const std::string& name);
   void rectangle(const cv::Rect2d& box, const std::string& name);
-  /// A closed line with a colour of its own, "#rrggbb".
+  /// A closed line with a colour of its own, "#rrggbb"; joined with the patch before it where that
+  /// has the same.
   void patch(const Path2& points, const std::string& colour);
+  /// Round dots of one class, which gives their size as a width of lines.
+  void dots(const Path2& points, const std::string& name);
   /// \param anchor "start", "middle" or "end"
   void text(const cv::Point2d& at, const std::string& words, const std::string& anchor,
             const std::string& name);
 
   /// The whole file.
   std::string done() const;
+
+  /// The drawing as an element of a page, which gives it its rules by its class; \p description is for
+  /// who can't see it.
+  std::string inlined(const std::string& name, const std::string& description) const;
+  /// The rules of the file, for such an element of that class on a page; those for a dark page.
+  std::string rulesFor(const std::string& name) const;
+  std::string darkRulesFor(const std::string& name) const;
 
  private:
   double m_width, m_height;

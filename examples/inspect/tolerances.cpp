@@ -147,10 +147,6 @@ std::string namesOf(const Requirement& wanted, const std::vector<Measurement>& m
          padRight(wanted.datum < 0 ? "" : "to " + name(wanted.datum), 15);
 }
 
-double deviationOf(const Verdict& one) {
-  return isDimension(one.requirement.what) ? one.measured - one.requirement.nominal : one.measured;
-}
-
 std::string lineOf(const Verdict& one, const std::vector<Measurement>& measurements) {
   const bool dimension = isDimension(one.requirement.what);
   std::string text = padRight(nameOf(one.requirement.what), 18) +
@@ -158,7 +154,7 @@ std::string lineOf(const Verdict& one, const std::vector<Measurement>& measureme
                      (dimension ? fixed(one.requirement.nominal, 4, 10) : padLeft("-", 10)) +
                      padLeft((dimension ? "+-" : "") + fixed(one.requirement.tolerance, 4, 0), 11);
   if (!one.trouble.empty()) return text + "  " + one.trouble + "\n";
-  text += fixed(one.measured, 4, 11) + fixed(deviationOf(one), 4, 11) +
+  text += fixed(one.measured, 4, 11) + fixed(one.deviation(), 4, 11) +
           (one.inside() ? "   in " : "   OUT");
   if (!one.requirement.note.empty()) text += "  " + one.requirement.note;
   return text + "\n";
@@ -166,8 +162,12 @@ std::string lineOf(const Verdict& one, const std::vector<Measurement>& measureme
 
 }  // namespace
 
+double Verdict::deviation() const {
+  return isDimension(requirement.what) ? measured - requirement.nominal : measured;
+}
+
 bool Verdict::inside() const {
-  return trouble.empty() && std::abs(deviationOf(*this)) <= requirement.tolerance;
+  return trouble.empty() && std::abs(deviation()) <= requirement.tolerance;
 }
 
 std::vector<Verdict> evaluate(const std::vector<Requirement>& plan,
@@ -223,7 +223,7 @@ std::string toleranceRows(const std::vector<Verdict>& verdicts,
     };
     text += std::string(nameOf(wanted.what)) + ";" + name(wanted.feature) + ";" +
             name(wanted.datum) + ";" + exact(wanted.nominal) + ";" + exact(wanted.tolerance) + ";";
-    text += one.trouble.empty() ? exact(one.measured) + ";" + exact(deviationOf(one)) + ";" +
+    text += one.trouble.empty() ? exact(one.measured) + ";" + exact(one.deviation()) + ";" +
                                       (one.inside() ? "in" : "out")
                                 : ";;" + one.trouble;
     text += ";" + wanted.note + "\n";

@@ -16,6 +16,8 @@ struct Verdict {
   double measured = 0.0;
   std::string trouble;  ///< why there is no value; empty where there is one
 
+  /// Of a dimension from its nominal value; anything else is a deviation itself.
+  double deviation() const;
   bool inside() const;
 };
 

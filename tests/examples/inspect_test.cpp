@@ -34,39 +34,23 @@ struct Plane {
   double nx, ny, nz, offset;
 };
 
-/// Every planar face of the made part as it was designed: outward normal and distance from the origin.
-const Plane kDesign[] = {
-    {0, 0, -1, 0},
-    {0, 0, 1, 40},
-    {-1, 0, 0, 0},
-    {1, 0, 0, 120},
-    {0, -1, 0, 0},
-    {0, 1, 0, 80},  // the block
-    {0, 0, 1, 25},
-    {1, 0, 0, 90},                        // the step
-    {-0.6, 0, 0.8, 22.4},                 // the slope
-    {2. / 3, -1. / 3, 2. / 3, 254. / 3},  // the cut corner
-    {0, 0, -1, -6},
-    {1, 0, 0, 30},
-    {-1, 0, 0, -42},  // the groove
-    {0, 0, 1, 10},
-    {0, 0, 1, 20},  // the blind hole
-    {0, 0, 1, 28},
-    {0, 1, 0, 14},
-    {0, -1, 0, -26},  // the slot
-    {0, -1, 0, -10},
-    {1, 0, 0, 20},
-    {-1, 0, 0, -50},
-    {0, 0, 1, 8},
-    {0, 0, -1, -24},
-    {0, 1, 0, 68},
-    {1, 0, 0, 62},
-    {-1, 0, 0, -96},
-    {0, 0, 1, 6},
-    {0, 0, -1, -22},
-    {0, 0, 1, 55},
-    {0, 0, 1, 54},  // the bosses
-};
+/// Every planar face of the made part as it was designed, outward normal and distance from the origin:
+/// the block, step, slope, cut corner, groove, blind hole, slot, pockets and bosses.
+const Plane kDesign[] = {{0, 0, -1, 0},        {0, 0, 1, 40},
+                         {-1, 0, 0, 0},        {1, 0, 0, 120},
+                         {0, -1, 0, 0},        {0, 1, 0, 80},
+                         {0, 0, 1, 25},        {1, 0, 0, 90},
+                         {-0.6, 0, 0.8, 22.4}, {2. / 3, -1. / 3, 2. / 3, 254. / 3},
+                         {0, 0, -1, -6},       {1, 0, 0, 30},
+                         {-1, 0, 0, -42},      {0, 0, 1, 10},
+                         {0, 0, 1, 20},        {0, 0, 1, 28},
+                         {0, 1, 0, 14},        {0, -1, 0, -26},
+                         {0, -1, 0, -10},      {1, 0, 0, 20},
+                         {-1, 0, 0, -50},      {0, 0, 1, 8},
+                         {0, 0, -1, -24},      {0, 1, 0, 68},
+                         {1, 0, 0, 62},        {-1, 0, 0, -96},
+                         {0, 0, 1, 6},         {0, 0, -1, -22},
+                         {0, 0, 1, 55},        {0, 0, 1, 54}};
 
 struct Round {
   const char* kind;
@@ -82,8 +66,7 @@ const Round kRoundDesign[] = {
     {"cylinder", 105, 60, 0, 0, 0, 1, 10}, {"cylinder", 28, 20, 0, 0, 0, 1, 6},
     {"cylinder", 52, 20, 0, 0, 0, 1, 6},   {"cylinder", 65, 0, 9, 0, 1, 0, 3},
     {"cylinder", 65, 0, 19, 0, 1, 0, 3},   {"cylinder", 93, 0, 9, 0, 1, 0, 3},
-    {"cylinder", 93, 0, 19, 0, 1, 0, 3},   {"cone", 76, 22, 0, 0, 0, 1, 15.945395900922854},
-};
+    {"cylinder", 93, 0, 19, 0, 1, 0, 3},   {"cone", 76, 22, 0, 0, 0, 1, 15.945395900922854}};
 
 // Columns of results.csv and deviations.csv.
 enum {
@@ -207,11 +190,11 @@ TEST_F(Inspect, MadePartIsMeasuredAsItWasDesigned) {
   const Finished run = inspect("-o a --points 200000");
   ASSERT_EQ(run.code, 0) << run.err;
   EXPECT_EQ(run.err, "") << "progress belongs on a terminal";
-  EXPECT_THAT(
-      namesIn(at("a")),
-      testing::ElementsAre("deviations.csv", "deviations.svg", "features.csv", "features.svg",
-                           "library.log", "measured.igs", "measured.step", "outlines.csv",
-                           "part.step", "results.csv", "scan.xyz", "tolerances.csv"));
+  EXPECT_THAT(namesIn(at("a")),
+              testing::ElementsAre("deviations.csv", "deviations.svg", "features.csv",
+                                   "features.svg", "library.log", "measured.igs", "measured.step",
+                                   "outlines.csv", "part.step", "report.csv", "report.html",
+                                   "report.json", "results.csv", "scan.xyz", "tolerances.csv"));
   for (const char* text : {"<svg ", ">sphere 1</text>", ">R 9.000</text>", "</svg>"}) {
     EXPECT_THAT(contentOf(at("a/features.svg")), HasSubstr(text));
   }
@@ -259,10 +242,12 @@ TEST_F(Inspect, MadePartGivesTheSameNumbersEveryTimeAndFromItsFiles) {
   EXPECT_EQ(first.out.substr(0, first.out.rfind("Results")),
             second.out.substr(0, second.out.rfind("Results")));
   EXPECT_EQ(table(first), table(third));
-  for (const char* name : {"scan.xyz", "results.csv", "deviations.csv", "features.csv"}) {
+  for (const char* name : {"scan.xyz", "report.html", "report.json", "report.csv", "results.csv",
+                           "deviations.csv", "features.csv"}) {
     const std::string content = contentOf(at(std::string("a/") + name));
     EXPECT_TRUE(content == contentOf(at(std::string("b/") + name))) << name;
-    if (std::string(name) == "scan.xyz") continue;
+    const std::string of_files = std::string(name).substr(0, 6);  // those name their files
+    if (of_files == "scan.x" || of_files == "report") continue;
     EXPECT_TRUE(content == contentOf(at(std::string("c/") + name))) << name;
   }
 }
@@ -407,7 +392,7 @@ TEST_F(WithFiles, WhatTheLibraryPrintsGoesToTheLogOrTheTerminal) {
   EXPECT_THAT(loud.out, HasSubstr("NbRoots=1,NbTrans=1\n"));
   EXPECT_FALSE(fs::exists(at("loud/library.log")));
   EXPECT_THAT(loud.out, testing::EndsWith(quiet.out.substr(0, quiet.out.rfind("Results")) +
-                                          "Results in loud\n"));
+                                          "Results in loud, the report in loud/report.html\n"));
 }
 
 TEST_F(Inspect, ReferenceModelsAreMeasuredInASimulatedScan) {
