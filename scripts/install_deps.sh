@@ -19,6 +19,7 @@ for option in "$@"; do
       ;;
     --with-docs) packages="$packages doxygen" ;;
     --with-packaging) packages="$packages dpkg-dev" ;;
+    --with-fuzzers) packages="$packages clang libclang-rt-14-dev" ;;
     --with-lint) packages="$packages clang clang-format clang-tidy python3" ;;
     --with-browser) packages="$packages chromium fonts-dejavu-core python3" ;;
     *)
