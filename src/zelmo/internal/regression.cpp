@@ -3,6 +3,7 @@
 #include "zelmo/internal/regression.h"
 
 #include <cmath>
+#include <limits>
 
 #include "zelmo/internal/lanes.h"
 
@@ -182,7 +183,12 @@ PrincipalAxes principalAxes(const PointView& points, OffsetRounding rounding) {
   PrincipalAxes axes;
   axes.centroid = floatCentroidOf(points);
   const cv::Vec3d origin(axes.centroid);
-  cv::eigen(cv::Mat(scatterAbout(points, origin, rounding)), axes.values, axes.vectors);
+  if (!cv::eigen(cv::Mat(scatterAbout(points, origin, rounding)), axes.values, axes.vectors)) {
+    // Points that are not finite; what the routine leaves behind is memory that nobody set.
+    const cv::Scalar none(std::numeric_limits<double>::quiet_NaN());
+    axes.values = cv::Mat(3, 1, CV_64F, none);
+    axes.vectors = cv::Mat(3, 3, CV_64F, none);
+  }
   return axes;
 }
 
