@@ -21,6 +21,13 @@ bool isUsableDirection(const cv::Vec3d& v) {
          (v[0] != 0 || v[1] != 0 || v[2] != 0);
 }
 
+/// \p v, or a multiple of it where products of its components could overflow.
+cv::Vec3d withoutOverflow(const cv::Vec3d& v) {
+  constexpr double kLong = 1e75;
+  const double largest = std::fabs(v[largestComponent(v.val)]);
+  return std::isfinite(largest) && largest > kLong ? v * (1.0 / largest) : v;
+}
+
 double inverseOrZero(double norm) { return norm == 0 ? 0.0 : 1.0 / norm; }
 
 /// Orthogonal to \p n, spanned by its component of largest magnitude and one neighbour.
@@ -138,7 +145,8 @@ cv::Matx33d rotationAbout(const cv::Vec3d& axis, double angle) {
 double inRadians(double angle, bool degrees) { return degrees ? angle * CV_PI / 180.0 : angle; }
 
 cv::Matx33d rotationBetween(const cv::Vec3d& from, const cv::Vec3d& to) {
-  return rotationBetween(from, to, 0).value_or(cv::Matx33d::eye());
+  return rotationBetween(withoutOverflow(from), withoutOverflow(to), 0)
+      .value_or(cv::Matx33d::eye());
 }
 
 std::optional<Rigid> alignByPlanes(const PlaneTriple& target, const PlaneTriple& source,

@@ -67,8 +67,11 @@ void rotationFromCorrelation(const cv::Mat& h, cv::Mat& r) {
     r = cv::Mat::eye(h.size(), h.type());
     return;
   }
+  // The decomposition squares the entries; a multiple of h has the same rotation.
+  constexpr double kSquareOverflows = 1e100;
+  const double largest = cv::norm(h, cv::NORM_INF);
   cv::Mat w, u, vt;
-  cv::SVD::compute(h, w, u, vt, 0);
+  cv::SVD::compute(largest > kSquareOverflows ? cv::Mat(h / largest) : h, w, u, vt, 0);
   const cv::Mat v = vt.t();
   cv::Mat s = cv::Mat::eye(w.rows, w.rows, h.type());
   s.row(w.rows - 1).col(w.rows - 1) = cv::determinant(v * u.t());
