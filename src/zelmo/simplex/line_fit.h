@@ -38,7 +38,9 @@ class ZELMO_EXPORT XLine3DFit : public X3DFit {
   ///     distances are not finite at the start (a NaN or infinite coordinate) the start is the
   ///     result.
   /// \note A point within 0.01 of the line's point in each coordinate counts as lying on the line,
-  ///     which can shift a result by about a micrometre.
+  ///     which can shift a result by about a micrometre. Points that suggest no line (spread over a
+  ///     sphere, say) can shrink the direction until it is shorter than 1e-6: it is then left as it
+  ///     is, not unit.
   bool Fit(const float* points, const int& count, double* const params, FitMethod method);
 
   /// The same for points in a vector.

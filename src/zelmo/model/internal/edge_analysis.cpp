@@ -44,6 +44,11 @@ bool EdgeCurve::isSpline() const {
 gp_Circ EdgeCurve::circle() const { return Handle(Geom_Circle)::DownCast(curve)->Circ(); }
 
 std::optional<gp_Circ> circleThrough(const gp_Pnt& p1, const gp_Pnt& p2, const gp_Pnt& p3) {
+  // The maker leaves its own status unset for distances that underflow or are no numbers.
+  constexpr double kUnderflows = 1e-100;
+  for (const double d : {p1.Distance(p2), p2.Distance(p3), p3.Distance(p1)}) {
+    if (d != 0 && !(d >= kUnderflows && std::isfinite(d))) return std::nullopt;
+  }
   try {
     const gce_MakeCirc circle(p1, p2, p3);
     if (circle.IsDone()) return circle.Value();
