@@ -4,14 +4,11 @@
 
 #include <algorithm>
 #include <limits>
-#include <numeric>
 #include <random>
-#include <set>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "chains.h"
 #include "support/meshes.h"
 #include "support/reference_data.h"
 
@@ -24,7 +21,8 @@ using zelmo::test::Mesh;
 
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInf = std::numeric_limits<float>::infinity();
-constexpr double kHorizontal[4] = {0, 0, 1, 0};
+const double kNormals[4] = {0, 0, 1, 0};
+const double* const kHorizontal = kNormals;
 
 using Segment = std::array<float, 6>;
 
@@ -39,26 +37,38 @@ std::vector<float> section(const Mesh& mesh, const double* plane, bool by_tasks 
   return result;
 }
 
-/// The segments of a section, which both forms have to give.
-std::multiset<Segment> segmentsOf(const Mesh& mesh, const double* plane) {
-  std::multiset<Segment> sets[2];
-  for (const bool by_tasks : {false, true}) {
-    const auto floats = section(mesh, plane, by_tasks);
-    EXPECT_EQ(floats.size() % 6, 0U);
-    for (std::size_t i = 0; i + 6 <= floats.size(); i += 6) {
-      Segment s;
-      std::copy_n(&floats[i], 6, s.begin());
-      sets[by_tasks ? 1 : 0].insert(s);
-    }
+/// The same mesh with indices far apart, beyond what a table would hold.
+Mesh sparse(const Mesh& mesh) {
+  constexpr int kStride = 40;
+  Mesh out = {std::vector<float>(mesh.vertices.size() * kStride, kNaN), mesh.faces};
+  for (int& v : out.faces) {
+    std::copy_n(&mesh.vertices[static_cast<std::size_t>(3 * v)], 3,
+                &out.vertices[static_cast<std::size_t>(3 * v * kStride)]);
+    v *= kStride;
   }
-  EXPECT_EQ(sets[0], sets[1]);
-  return sets[0];
+  return out;
 }
 
-double totalLength(const std::multiset<Segment>& segments) {
-  return std::accumulate(segments.begin(), segments.end(), 0.0, [](double sum, const Segment& s) {
-    return sum + cv::norm(cv::Vec3d(s[0], s[1], s[2]) - cv::Vec3d(s[3], s[4], s[5]));
-  });
+std::vector<Segment> sorted(const std::vector<float>& floats) {
+  std::vector<Segment> segments(floats.size() / 6);
+  EXPECT_EQ(6 * segments.size(), floats.size());
+  for (std::size_t i = 0; i < segments.size(); ++i) {
+    std::copy_n(&floats[6 * i], 6, segments[i].begin());
+  }
+  std::sort(segments.begin(), segments.end());
+  return segments;
+}
+
+/// The length of a section, whose segments all forms have to give.
+double lengthOf(const Mesh& mesh, const double* plane) {
+  const auto floats = section(mesh, plane);
+  EXPECT_EQ(section(sparse(mesh), plane), floats);
+  EXPECT_EQ(sorted(section(mesh, plane, true)), sorted(floats));
+  double length = 0;
+  for (std::size_t i = 0; i < floats.size(); i += 6) {
+    length += cv::norm(cv::Vec3d(cv::Vec3f(&floats[i])) - cv::Vec3d(cv::Vec3f(&floats[i + 3])));
+  }
+  return length;
 }
 
 TEST(SectionOfTriangle, FollowsTheCaseOfItsCorners) {
@@ -94,21 +104,20 @@ TEST(SectionOfTriangle, CutPointsAreRoundedOnceAfterEdgesInFloat) {
   std::uniform_real_distribution<float> u(-90, 90);
   const double plane[4] = {0.36, -0.48, 0.8, 3.25};
   for (int triangle = 0; triangle < 500; ++triangle) {
-    Mesh mesh = {{}, {0, 1, 2}};
-    for (int i = 0; i < 9; ++i) mesh.vertices.push_back(u(random));
+    Mesh mesh = {std::vector<float>(9), {0, 1, 2}};
+    for (float& c : mesh.vertices) c = u(random);
     std::vector<float> expected;
-    for (const auto& [from, to] : {std::pair(0, 1), std::pair(0, 2), std::pair(1, 2)}) {
-      const float* p = mesh.corner(0, from);
-      const float* q = mesh.corner(0, to);
-      Real at_p = plane[3], at_q = plane[3], rise = 0;
+    for (const auto& [p, q] : {std::pair(0, 1), std::pair(0, 2), std::pair(1, 2)}) {
+      const cv::Vec3f from(mesh.corner(0, p)), to(mesh.corner(0, q)), edge = to - from;
+      Real at_from = plane[3], at_to = plane[3], rise = 0;
       for (int k = 0; k < 3; ++k) {
-        at_p += static_cast<Real>(plane[k]) * p[k];
-        at_q += static_cast<Real>(plane[k]) * q[k];
-        rise += static_cast<Real>(plane[k]) * (q[k] - p[k]);
+        at_from += static_cast<Real>(plane[k]) * from[k];
+        at_to += static_cast<Real>(plane[k]) * to[k];
+        rise += static_cast<Real>(plane[k]) * edge[k];
       }
-      if (at_p * at_q > 0) continue;
+      if (at_from * at_to > 0) continue;
       for (int k = 0; k < 3; ++k) {
-        expected.push_back(static_cast<float>(p[k] - at_p / rise * (q[k] - p[k])));
+        expected.push_back(static_cast<float>(from[k] - at_from / rise * edge[k]));
       }
     }
     EXPECT_THAT(section(mesh, plane), ElementsAreArray(expected));
@@ -128,61 +137,47 @@ TEST(SectionOfTriangle, ALevelEdgeKeepsThePointsOfTheCutBefore) {
 TEST(Section, BadInputGivesNoSegmentOrOneThatSaysSo) {
   const Mesh crossing = {{0, 0, 1, 4, 0, -1, 0, 4, -3}, {0, 1, 2}};
   const double zero[4] = {0, 0, 0, 1}, not_a_number[4] = {kNaN, 0, 1, 0};
-  EXPECT_THAT(section(crossing, zero), IsEmpty());
-  EXPECT_THAT(section(crossing, not_a_number), IsEmpty());
+  for (const double* plane : {zero, not_a_number}) {
+    EXPECT_THAT(section(crossing, plane), IsEmpty());
+  }
   const Mesh huge = {{0, 0, kInf, 4, 0, -1e30F, 0, 4, 1e30F}, {0, 1, 2}};
   EXPECT_LE(section(huge, kHorizontal).size(), 6U);
   // No area: a segment of length zero where the doubled edge meets the plane.
   EXPECT_THAT(section({{1, 0, 1, 1, 0, -1, 1, 0, -1}, {0, 1, 2}}, kHorizontal),
               ElementsAreArray({1, 0, 0, 1, 0, 0}));
-  XSection cutter;
-  const auto expect_nothing = [&](const double* plane, const float* v, const int* f, int count) {
+  const float *const v = crossing.vertices.data(), *const no_vertices = nullptr;
+  const int *const f = crossing.faces.data(), *const no_faces = nullptr;
+  const double* const no_plane = nullptr;
+  for (const auto& [plane, vertices, faces, count] :
+       {std::tuple(kHorizontal, v, f, 0), std::tuple(kHorizontal, v, f, -5),
+        std::tuple(no_plane, v, f, 1), std::tuple(kHorizontal, no_vertices, f, 1),
+        std::tuple(kHorizontal, v, no_faces, 1)}) {
+    XSection cutter;
     std::vector<float> plain(3, 1.0F), by_tasks(3, 1.0F), cloud(3, 1.0F);
-    EXPECT_EQ(cutter.getSection(plane, v, f, count, plain), 0);
-    EXPECT_EQ(cutter.getSection2(plane, v, f, count, by_tasks), 0);
-    EXPECT_EQ(cutter.getSection(plane, f == nullptr ? nullptr : v, count, cloud, 9.0), 0);
+    EXPECT_EQ(cutter.getSection(plane, vertices, faces, count, plain), 0);
+    EXPECT_EQ(cutter.getSection2(plane, vertices, faces, count, by_tasks), 0);
+    EXPECT_EQ(cutter.getSection(plane, faces == nullptr ? nullptr : vertices, count, cloud, 9.0),
+              0);
     for (const auto& result : {plain, by_tasks, cloud}) EXPECT_THAT(result, IsEmpty());
-  };
-  const float* const v = crossing.vertices.data();
-  const int* const f = crossing.faces.data();
-  for (const int count : {0, -5}) expect_nothing(kHorizontal, v, f, count);
-  expect_nothing(nullptr, v, f, 1);
-  expect_nothing(kHorizontal, nullptr, f, 1);
-  expect_nothing(kHorizontal, v, nullptr, 1);
+  }
 }
 
 TEST(Section, OfALatticeCubeHasTheLengthOfItsOutline) {
-  // An edge in the plane counts for both triangles beside it.
   const Mesh cube = zelmo::test::latticeCube(6);
-  const double between[4] = {0, 0, 1, -2.5}, along[4] = {0, 0, 1, -2}, misses[4] = {0, 0, 1, 0.5};
-  EXPECT_NEAR(totalLength(segmentsOf(cube, between)), 24, 1e-4);
-  EXPECT_NEAR(totalLength(segmentsOf(cube, along)), 2 * 24, 1e-4);
-  EXPECT_TRUE(segmentsOf(cube, misses).empty());
-  // 36 squares in the plane give outline and diagonal twice, the sides their bottom edges.
-  const double in_faces[4] = {1, 0, 0, 0}, diagonal[4] = {M_SQRT1_2, M_SQRT1_2, 0, -4.5 * M_SQRT2};
-  EXPECT_NEAR(totalLength(segmentsOf(cube, in_faces)), 36 * (4 + 2 * M_SQRT2) + 24, 1e-4);
-  EXPECT_NEAR(totalLength(segmentsOf(cube, diagonal)), 2 * 3 * M_SQRT2 + 2 * 2 * 6, 1e-4);
+  const struct {
+    double plane[4], length;
+  } cases[] = {
+      {{0, 0, 1, -2.5}, 24},    // between the vertices
+      {{0, 0, 1, -2}, 2 * 24},  // an edge in the plane counts for both triangles beside it
+      {{0, 0, 1, 0.5}, 0},
+      // 36 squares in the plane give outline and diagonal twice, the sides their bottom edges.
+      {{1, 0, 0, 0}, 36 * (4 + 2 * M_SQRT2) + 24},
+      {{M_SQRT1_2, M_SQRT1_2, 0, -4.5 * M_SQRT2}, 2 * 3 * M_SQRT2 + 2 * 2 * 6},
+  };
+  for (const auto& c : cases) EXPECT_NEAR(lengthOf(cube, c.plane), c.length, 1e-4);
 }
 
-TEST(Section, DoesNotDependOnHowVerticesAreNumbered) {
-  // Twice the same squares: once packed, once with indices far apart, beyond what a table would hold.
-  const Mesh packed = zelmo::test::heightField(
-      60, 60, 1.0F, [](float x, float y) { return std::sin(x * 0.3F) + std::cos(y * 0.2F); });
-  constexpr int kStride = 40;
-  Mesh sparse;
-  sparse.vertices.assign(packed.vertices.size() * kStride, kNaN);
-  for (int v = 0; v < packed.vertexCount(); ++v) {
-    std::copy_n(&packed.vertices[static_cast<std::size_t>(3 * v)], 3,
-                &sparse.vertices[static_cast<std::size_t>(3 * v * kStride)]);
-  }
-  for (const int f : packed.faces) sparse.faces.push_back(kStride * f);
-  const double plane[4] = {0.1, 0.2, 0.9, -7};
-  const auto expected = section(packed, plane);
-  EXPECT_GT(expected.size(), 100U);
-  EXPECT_EQ(section(sparse, plane), expected);
-}
-
-TEST(Section, OfReferenceMeshesHasTheKnownLengthAndLoops) {
+TEST(Section, OfReferenceMeshesHasTheKnownLength) {
   ZELMO_REQUIRE_REFERENCE_DATA("meshes/mesh_facts.csv");
   std::ifstream facts(zelmo::test::referenceData("meshes/mesh_facts.csv"));
   std::string line;
@@ -200,27 +195,13 @@ TEST(Section, OfReferenceMeshesHasTheKnownLengthAndLoops) {
     // Some are in metres: enlarged without rounding until the tolerance of the plane is small.
     constexpr double kEnlarged = 1024;
     for (float& c : mesh.vertices) c *= static_cast<float>(kEnlarged);
-    const double size = kEnlarged * (std::stod(cells[12]) - std::stod(cells[9]));
-    const auto axis = static_cast<std::size_t>(cells[15][0] - 'x');
+    const int axis = cells[15][0] - 'x';
     double plane[4] = {0, 0, 0, -std::stod(cells[16]) * kEnlarged};
     plane[axis] = 1;
-    const auto segments = segmentsOf(mesh, plane);
-    EXPECT_NEAR(totalLength(segments) / kEnlarged, std::stod(cells[19]),
-                1e-6 * std::stod(cells[19]));
-    const auto chains = zelmo::test::chainsOf(segments, 2e-6 * size);
-    EXPECT_EQ(chains.loops, std::stoul(cells[17]));
-    EXPECT_EQ(chains.open, std::stoul(cells[18]));
-    // Through a vertex, along an edge, in a face.
-    const int face = 97 * planes % mesh.faceCount();
-    const cv::Vec3d a(cv::Vec3f(mesh.corner(face, 0)));
-    const cv::Vec3d edge = cv::Vec3d(cv::Vec3f(mesh.corner(face, 1))) - a;
-    const cv::Vec3d n = edge.cross(cv::Vec3d(cv::Vec3f(mesh.corner(face, 2))) - a);
-    plane[3] = -a[static_cast<int>(axis)];
-    EXPECT_FALSE(segmentsOf(mesh, plane).empty());
-    for (const cv::Vec3d& normal : {cv::normalize(n), cv::normalize(n.cross(edge))}) {
-      const double through[4] = {normal[0], normal[1], normal[2], -normal.dot(a)};
-      EXPECT_FALSE(segmentsOf(mesh, through).empty());
-    }
+    const double length = std::stod(cells[19]);
+    EXPECT_NEAR(lengthOf(mesh, plane) / kEnlarged, length, 1e-6 * length);
+    plane[3] = -mesh.corner(97 * planes % mesh.faceCount(), 0)[axis];
+    EXPECT_GT(lengthOf(mesh, plane), 0) << "through a vertex";
   }
   EXPECT_EQ(planes, 48);
 }
@@ -228,14 +209,13 @@ TEST(Section, OfReferenceMeshesHasTheKnownLengthAndLoops) {
 TEST(SectionOfCloud, KeepsPointsUpToTheTolerance) {
   const std::vector<float> cloud = {1,      2,    0.25F, 3, 4, 0.251F, 5,   6,
                                     -0.25F, kNaN, 0,     0, 0, 0,      kInf};
-  XSection cutter;
   const double doubled[4] = {0, 0, 2, 0};  // the tolerance is in units of the normal's length
   for (const auto& [plane, tolerance, kept] :
        {std::tuple(kHorizontal, 0.25, std::vector<float>{1, 2, 0.25F, 5, 6, -0.25F}),
         std::tuple(doubled, 0.25, std::vector<float>{}),
         std::tuple(kHorizontal, -1.0, std::vector<float>{})}) {
     std::vector<float> result(1);
-    EXPECT_EQ(cutter.getSection(plane, cloud.data(), 5, result, tolerance), 0);
+    EXPECT_EQ(XSection().getSection(plane, cloud.data(), 5, result, tolerance), 0);
     EXPECT_EQ(result, kept);
   }
 }
