@@ -219,9 +219,9 @@ TEST(TrimOfSheet, LeavesTheSheetWithoutTheHolesAndClosesThemByWalls) {
 // radius 5. (3, 4), (4, 3), (5, 0) and their mirror images lie on the circle.
 struct FaceCase {
   const char* name;
-  const char* corners;  // x, y of each
+  std::string corners;  // x, y of each
   int walls;            // wall triangles; -1 where the face stays as it is
-  const char* parts;    // x, y of the corners of each new triangle
+  std::string parts;    // x, y of the corners of each new triangle
   cv::Vec2f slope = {0, 0};
   double junction_height = 0;
 };
@@ -230,7 +230,7 @@ void checkFaces(const std::vector<FaceCase>& cases, bool is_slot) {
   const Trim trim = {kWorld, {0, 0, 0}, is_slot ? 10.0F : 0.0F, 5, is_slot};
   for (const FaceCase& c : cases) {
     SCOPED_TRACE(c.name);
-    const auto raised = [&](const char* text, bool with_junction) {
+    const auto raised = [&](const std::string& text, bool with_junction) {
       std::istringstream flat(text);
       std::vector<float> out;
       for (float x = 0, y = 0; flat >> x >> y;) {
@@ -253,6 +253,7 @@ void checkFaces(const std::vector<FaceCase>& cases, bool is_slot) {
 }
 
 TEST(TrimOfFace, FollowsTheClassesOfACircleAndASlot) {
+  const std::string in = "-3.59193301 -3.47821951 ", far = "4.58620365e9 -4.7361408e9 ";
   checkFaces({{"AllOutside", "8 0 9 0 8 1", -1, ""},
               {"TwoOutsideOneOn", "5 0 9 0 8 1", -1, ""},
               {"AllInside", "1 0 2 0 1 1", 0, ""},
@@ -264,7 +265,10 @@ TEST(TrimOfFace, FollowsTheClassesOfACircleAndASlot) {
               {"SecondDiagonal", "0 0 20 0 0 10", 2, "20 0 0 10 5 0 0 10 5 0 0 5"},
               {"DiagonalInThePlane", "0 0 10 0 0 20", 2, "10 0 0 20 0 5 10 0 5 0 0 5", {9, 0}},
               {"OneOfEach", "1 0 3 4 9 0", 2, "9 0 3 4 5 0", {2, -1}},
-              {"OneOfEachMirrored", "3 4 1 0 9 0", 2, "9 0 3 4 5 0"}},
+              {"OneOfEachMirrored", "3 4 1 0 9 0", 2, "9 0 3 4 5 0"},
+              // An edge so long that it seems to pass by ends at the corner inside.
+              {"OneOfEachUncut", in + "3 4 " + far, 2, far + "3 4 " + in},
+              {"TwoOutsideUncut", in + far + "20 0", 2, far + "20 0 " + in + "20 0 " + in + in}},
              false);
   checkFaces({{"AllOutside", "18 0 19 0 18 1", -1, ""},
               {"AllInsideOrOnTheOutline", "-15 0 15 0 3 5", 0, ""},
