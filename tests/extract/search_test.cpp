@@ -225,7 +225,7 @@ TEST_F(SearchOf, NeighbourhoodIsThatOfTheTreeUpToItsBrink) {
   Scan scan;
   for (int i = 0; i < 20000; ++i) scan.add({spread(random), 0, 0}, {0, 0, 1});
   m_extract.setData(scan.data.data(), scan.count());
-  for (int trial = 0; trial < 3000; ++trial) {
+  for (int trial = 0; trial < 600; ++trial) {
     const XFPoint center(spread(random) * 1.5F, spread(random), spread(random));
     const pcl::PointXYZ query(center.x, center.y, center.z);
     std::vector<int> expected(1);
