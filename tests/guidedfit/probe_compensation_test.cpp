@@ -58,14 +58,15 @@ struct Ray {
 
 /// A call of a compensating fit: tip centers with the normals measured there, of a slot end after end.
 struct Call {
-  Call(const std::vector<Ray>& rays, float probe_radius, bool from_inside, double noise = 0)
-      : count(static_cast<int>(rays.size())), end1(count / 2), probe(probe_radius) {
+  Call(int n, Ray (*ray)(int), float probe_radius, bool from_inside, double noise = 0)
+      : count(n), end1(n / 2), probe(probe_radius) {
     std::mt19937 random(3);
     std::uniform_real_distribution<double> off_surface(-noise, noise);
     const double side = from_inside ? -1.0 : 1.0;
-    for (const Ray& ray : rays) {
-      push(points, ray.from + (kRadius + off_surface(random) + side * probe) * ray.outward);
-      push(normals, side * ray.outward);
+    for (int i = 0; i < n; ++i) {
+      const auto [from, outward_here] = ray(i);
+      push(points, from + (kRadius + off_surface(random) + side * probe) * outward_here);
+      push(normals, side * outward_here);
     }
   }
 
@@ -83,33 +84,33 @@ struct Call {
   float *compensated = nullptr, *errors = nullptr;
 };
 
-/// What a fit says: its code, the radius, and how far its center, axis and length are off, each in units
-/// of what rounding allows it.
+/// What a fit says: its code, the radius, and how far off its place it is.
 struct Result {
-  Result(int c, double r, double off_center, double off_axis = 0, double off_length = 0)
-      : code(c),
-        radius(r),
-        off(std::hypot(off_center / 3e-4, off_axis / 3e-5, off_length / 1e-3)) {}
   int code;
   double radius, off;
 };
+
+/// Differences of center, axis and length in units of what rounding allows them.
+double offBy(double center, double axis = 0, double length = 0) {
+  return std::hypot(center / 3e-4, axis / 3e-5, length / 1e-3);
+}
 
 Result fitCircle(const Call& c) {
   XCircle3DFit fit;
   auto plane = planeOfFeature();
   const int code = c.of(fit, c.points.data(), c.normals.data(), c.count, plane.data());
-  return {code, fit.radius, cv::norm(vec(fit.center) - kCenter), sineToZ(fit.normal)};
+  return {code, fit.radius, offBy(cv::norm(vec(fit.center) - kCenter), sineToZ(fit.normal))};
 }
 Result fitSphere(const Call& c) {
   XSphereFit fit;
   const int code = c.of(fit, c.points.data(), c.normals.data(), c.count);
-  return {code, fit.radius, cv::norm(vec(fit.center) - kCenter)};
+  return {code, fit.radius, offBy(cv::norm(vec(fit.center) - kCenter))};
 }
 Result fitCylinder(const Call& c) {
   XCylinderFit fit;
   const int code = c.of(fit, c.points.data(), c.normals.data(), c.count);
   const double off_center = cv::norm(vec(fit.center) - kCenter);
-  return {code, fit.radius, off_center, sineToZ(fit.axis), fit.height - 59.0};
+  return {code, fit.radius, offBy(off_center, sineToZ(fit.axis), fit.height - 59.0)};
 }
 Result fitSlot(const Call& c) {
   XOvalGroove3DFit fit;
@@ -122,7 +123,7 @@ Result fitSlot(const Call& c) {
       std::hypot(cv::norm(center - kCenter), cv::norm(vec(fit.arcCenter1) + to_arc - center),
                  cv::norm(vec(fit.arcCenter2) - to_arc - center));
   const double off_axis = std::hypot(sineToZ(fit.normal), cv::norm(vec(fit.majorDir).cross(kX)));
-  return {code, fit.radius, off_center, off_axis, fit.halfStraight - kHalfStraight};
+  return {code, fit.radius, offBy(off_center, off_axis, fit.halfStraight - kHalfStraight)};
 }
 
 Ray circleRay(int i) { return {kCenter, across(3.3 + 2 * CV_PI * i / 40)}; }
@@ -160,12 +161,6 @@ const struct Shape {
   int min_count;  ///< of both ends, for the slot
   Params start;
   Real (*distance)(const Params&, const Vec&, int);
-
-  std::vector<Ray> rays() const {
-    std::vector<Ray> all;
-    for (int i = 0; i < count; ++i) all.push_back(ray(i));
-    return all;
-  }
 } kShapes[] = {
     {"circle", 40, circleRay, fitCircle, 3, {0, 0, 12}, offCircle},
     {"sphere", 60, sphereRay, fitSphere, 4, {0, 0, 0, 12}, offSphere},
@@ -185,7 +180,7 @@ TEST(ProbeCompensation, GivesTheLeastSquaresFeatureThatWasTouched) {
     for (const auto& [from_inside, probe, noise] : touches) {
       SCOPED_TRACE(testing::Message() << shape.name << (from_inside ? " inside " : " outside ")
                                       << probe << ' ' << noise);
-      Call call(shape.rays(), probe, from_inside, noise);
+      Call call(shape.count, shape.ray, probe, from_inside, noise);
       const auto at = [&call](int i) {
         const cv::Vec3d p = vec(&call.points[3 * static_cast<std::size_t>(i)]) - kCenter;
         return Vec(p.dot(kX), p.dot(kY), p.dot(kZ));
@@ -232,7 +227,7 @@ TEST(ProbeCompensation, GivesTheLeastSquaresFeatureThatWasTouched) {
 
 TEST(ProbeCompensation, NeedsItsMinimumAndASide) {
   for (const Shape& shape : kShapes) {
-    const Call whole(shape.rays(), 1, true);
+    const Call whole(shape.count, shape.ray, 1, true);
     for (const int count : {-1, 0, 1, shape.min_count - 1, shape.min_count}) {
       SCOPED_TRACE(testing::Message() << shape.name << ' ' << count);
       Call few = whole;
@@ -261,7 +256,7 @@ TEST(ProbeCompensation, NeedsItsMinimumAndASide) {
 TEST(ProbeCompensation, EndsOnDataThatIsNotFiniteOrDegenerate) {
   for (const Shape& shape : kShapes) {
     for (const float bad : {kNaN, HUGE_VALF, 1e30F, 3.0F}) {
-      Call call(shape.rays(), 1, true), coincident = call;
+      Call call(shape.count, shape.ray, 1, true), coincident = call;
       std::vector<float> compensated(call.points.size());
       call.compensated = compensated.data();
       call.points[4] = call.normals[5] = bad;
@@ -295,7 +290,7 @@ TEST(XOvalGroove2DFitEnds, MayLieInAnyDirectionAndOrder) {
 
 // The side is told about the slot's own axis: this normal looks to it, but away from the arc's center.
 TEST(XOvalGroove3DFitSide, IsToldAboutTheAxisOfTheSlot) {
-  Call call(kShapes[3].rays(), 0, true);
+  Call call(42, slotRay, 0, true);
   std::vector<float> aslant;
   push(aslant, unitOrZero(-0.9 * kX - 0.4 * kY));
   std::copy(aslant.begin(), aslant.end(), call.normals.begin());
