@@ -383,8 +383,7 @@ Svg PartPictures::byVerdict(const std::vector<Judgement>& verdicts) const {
     return verdicts[indexOf(&one, m_scene.measurements)];
   };
   return draw(
-      "Features by verdict",
-      "a feature is out of tolerance where one of its requirements is; others without a colour",
+      "Features by verdict", "a feature is out of tolerance where one of its requirements is",
       [&](const Measurement* one) { return one != nullptr ? colourOf(of(*one)) : kNeither; },
       [&](const Measurement& one) { return wordsOf(of(one)); }, 0.34,
       [](Svg& svg) {

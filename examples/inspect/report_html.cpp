@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "report_html.h"
 
-#include <cmath>
+#include <algorithm>
 
 #include <zelmo/version.h>
 
@@ -66,28 +66,43 @@ std::string tile(const std::string& path, int count, const std::string& words,
                  element("dt", words) + element("dd", shown("summary/" + path, count)));
 }
 
+std::string withUnit(double value, const std::string& unit) {
+  return fixed(value, 4, 0) + (unit == "deg" ? "\xc2\xb0" : " " + unit);
+}
+
 /// What is out of tolerance and what could not be measured, by name.
 std::string exceptions(const Report& report) {
-  std::string items;
+  constexpr std::size_t kMost = 24;
+  std::vector<std::string> items;
   for (const ReportRequirement& one : report.requirements) {
     if (one.judgement == Judgement::In) continue;
-    const bool out = one.judgement == Judgement::Out;
-    const std::string unit = one.unit == "deg" ? "\xc2\xb0" : " " + one.unit;
-    items +=
-        element("li", linkTo(report, one.feature) + ": " + escaped(one.characteristic) +
-                          (one.datum.empty() ? "" : " to " + linkTo(report, one.datum)) + " " +
-                          verdictOf(one.judgement) +
-                          (out ? ", deviation " + fixed(one.deviation, 4, 0) + unit +
-                                     " with a tolerance of " + fixed(one.tolerance, 4, 0) + unit
-                               : ", " + escaped(one.trouble))) +
-        "\n";
+    std::string text = linkTo(report, one.feature) + ": " + escaped(one.characteristic);
+    if (!one.datum.empty()) text += " to " + linkTo(report, one.datum);
+    if (one.judgement == Judgement::Out) {
+      text += " is off by " + withUnit(one.deviation, one.unit);
+      text += ", allowed are " + withUnit(one.tolerance, one.unit);
+    } else {
+      text += " has no value: " + escaped(one.trouble);
+    }
+    items.push_back(text);
   }
   for (const ReportFeature& one : report.features) {
-    if (one.done()) continue;
-    items +=
-        element("li", linkTo(report, one.name) + ": not measured, " + escaped(one.status)) + "\n";
+    if (!one.done()) {
+      items.push_back(linkTo(report, one.name) + " is not measured: " + escaped(one.status));
+    }
   }
-  return items.empty() ? "" : element("h3", "To look at") + element("ul class=\"todo\"", items);
+  if (items.empty()) return {};
+  std::string list;
+  for (std::size_t i = 0; i < std::min(items.size(), kMost); ++i) {
+    list += element("li", items[i]) + "\n";
+  }
+  const std::string rest =
+      items.size() > kMost
+          ? element("p", "And " + std::to_string(items.size() - kMost) +
+                             " more, in the tables of features and of requirements.")
+          : "";
+  return element("h3", "Out of tolerance or not measured") + element("ul class=\"todo\"", list) +
+         rest;
 }
 
 std::string summary(const Report& report) {

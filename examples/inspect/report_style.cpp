@@ -45,7 +45,8 @@ display:flex;flex-direction:column-reverse}
 .tile.out{border-top-color:var(--out)}
 .tile dt{color:var(--ink-2)}
 .tile dd{margin:0;font-size:1.9rem;line-height:1.15;font-variant-numeric:tabular-nums}
-.todo{padding-left:1.2rem}
+.todo{padding-left:1.2rem;columns:27rem auto;column-gap:2rem}
+td a{white-space:nowrap}
 .facts{display:grid;grid-template-columns:repeat(auto-fill,minmax(15rem,1fr));gap:.7rem 1.5rem;margin:0}
 .facts dt{color:var(--ink-2);font-size:.86rem}
 .facts dd{margin:0;font-variant-numeric:tabular-nums;overflow-wrap:anywhere}

@@ -4,7 +4,9 @@
 
 // The sample host as its user runs it.
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -43,6 +45,16 @@ class Inspect : public testing::Test {
 
   TemporaryFolder folder;
 };
+
+/// The names in a folder; none where it is missing.
+inline std::set<std::string> namesIn(const std::string& folder) {
+  std::set<std::string> names;
+  if (!std::filesystem::exists(folder)) return names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    names.insert(entry.path().filename());
+  }
+  return names;
+}
 
 using Row = std::vector<std::string>;
 

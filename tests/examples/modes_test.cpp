@@ -162,16 +162,40 @@ TEST_F(Inspect, ADisplacedScanIsMovedBack) {
   }
 }
 
-struct BadMode {
+struct BadInput {
   const char* arguments;  // with the files that the test writes
   int code;
   const char* message;
 };
 
-const BadMode kBadModes[] = {
+const BadInput kBadInputs[] = {
+    {"--colour", 2, "unknown option --colour"},
+    {"a b c", 2, "'c'"},
+    {"-o", 2, "-o is missing"},
+    {"--band 0,5", 2, "--band"},
+    {"--sigma nan", 2, "--sigma"},
+    {"made/part.step made/scan.xyz --probe 1", 2, "takes no scan"},
+    {"none.step made/scan.xyz -o out", 3, "none.step: no such model"},
+    {"made made/scan.xyz -o out", 3, "is a folder"},
+    {"empty.step made/scan.xyz -o out", 3, "empty.step: the model file is empty"},
+    {"made/scan.xyz made/scan.xyz -o out", 3, "neither a STEP nor an IGES"},
+    {"half.step made/scan.xyz -o out", 3, "truncated"},
+    {"wild.step made/scan.xyz -o out", 3, "reading the model"},
+    {"--list wild.step", 3, "reading the model"},
+    {"hollow.step made/scan.xyz -o out", 3, "hollow.step"},
+    {"made/part.step none.xyz -o out", 4, "none.xyz: no such scan"},
+    {"made/part.step comments.xyz -o out", 4, "no points"},
+    {"made/part.step made/part.step -o out", 4, "line 1:"},
+    {"made/part.step five.xyz -o out", 4, "five.xyz, line 3: fewer than six"},
+    {"made/part.step seven.xyz -o out", 4, "seven.xyz, line 2: more than six"},
+    {"made/part.step word.xyz -o out", 4, "word.xyz, line 2: something that is no number"},
+    {"made/part.step nan.xyz -o out", 4, "nan.xyz, line 2: a number that is not finite"},
+    {"made/part.step large.xyz -o out", 4, "large.xyz, line 1: a number that is not"},
+    {"made/part.step made/scan.xyz -o empty.step", 5, "it is a file"},
+    {"made/part.step made/scan.xyz -o /proc/zelmo/out", 5, "can't be written"},
+    {"made/part.step made/scan.xyz -o taken", 5, "results.csv"},
     {"--section 0,0,1 frame.off", 2, "wants a plane"},
     {"--section 0,0,0,1 frame.off", 2, "wants a plane"},
-    {"--section 0,0,1,0,7 frame.off", 2, "wants a plane"},
     {"--section 0,0,1,0 --tube", 2, "exclude"},
     {"--tube frame.off", 2, "no file"},
     {"--section 0,0,1,0 missing.stl", 3, "no such mesh"},
@@ -189,7 +213,7 @@ const BadMode kBadModes[] = {
     {"made/part.step made/scan.xyz --align none.rps", 4, "can't be opened"},
 };
 
-TEST_F(WithFiles, BadInputToTheModesIsNamed) {
+TEST_F(WithFiles, BadInputIsNamedAndLeavesNothing) {
   const Stl stl = stlOf(kFrame);
   write("frame.off", kFrame);
   write("short.stl", stl.binary.substr(0, 500));
@@ -202,13 +226,37 @@ TEST_F(WithFiles, BadInputToTheModesIsNamed) {
   write("axes.rps", "a 0 0 0 zy\n");
   write("level.rps", "a 0 0 0 Z\nb 9 0 0 Z\nc 0 9 0 Z\nd 9 9 0 X\ne 0 0 9 Y\nf 1 2 3 Z\n");
   write("far.rps", "a 900 0 0 XYZ\nb 0 900 0 XYZ\nc 0 0 900 XYZ\n");
-  for (const BadMode& bad : kBadModes) {
-    const Finished run = inspect(bad.arguments);
-    EXPECT_EQ(run.code, bad.code) << bad.arguments;
-    EXPECT_THAT(run.err, HasSubstr(bad.message)) << bad.arguments;
-    EXPECT_EQ(run.out, "");
-    EXPECT_FALSE(std::filesystem::exists(at("out")));
+  write("empty.step", "");
+  const std::string model = contentOf(at("made/part.step"));
+  write("half.step", model.substr(0, model.size() / 2));
+  write("hollow.step", "ISO-10303-21;\nHEADER;\nENDSEC;\nDATA;\nENDSEC;\nEND-ISO-10303-21;\n");
+  // A file of right syntax whose faces have no outlines: the CAD kernel follows a null handle.
+  std::string wild;
+  std::istringstream lines(model);
+  for (std::string line; std::getline(lines, line);) {
+    if (line.find("EDGE_LOOP") == std::string::npos) wild += line + "\n";
   }
+  write("wild.step", wild);
+  write("comments.xyz", "# 1 2 3 0 0 1\n\n");
+  write("five.xyz", "1 2 3 0 0 1\n\n1 2 3 0 0\n");
+  write("seven.xyz", "1 2 3 0 0 1\n1,2,3,0,0,1,7\n");
+  write("word.xyz", "1 2 3 0 0 1\n1 2 three 0 0 1\n");
+  write("nan.xyz", "1 2 3 0 0 1\n1 nan 3 0 0 1\n");
+  write("large.xyz", "1 2 1e39 0 0 1\n");
+  write("far.xyz", "9000 9000 9000 0 0 1\n");
+  std::filesystem::create_directories(at("taken/results.csv"));
+  const std::set<std::string> before = namesIn(at("."));
+  for (const BadInput& bad : kBadInputs) {
+    SCOPED_TRACE(bad.arguments);
+    const Finished run = inspect(bad.arguments);
+    EXPECT_EQ(run.code, bad.code);
+    EXPECT_THAT(run.err, HasSubstr(bad.message));
+    EXPECT_EQ(run.err.rfind("inspect: ", 0), 0U) << run.err;
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(namesIn(at(".")), before);
+  }
+  EXPECT_EQ(inspect("made/part.step far.xyz -o far").code, 1) << "nothing measured";
+  EXPECT_THAT(namesIn(at("taken")), testing::ElementsAre("results.csv"));
 }
 
 }  // namespace
