@@ -119,6 +119,9 @@ void addRoundGroove(const xgeofeature::XFRoundGroove3D& groove, ShapeSink& sink)
     fillets[i] = algorithm.Result(sides[i], sides[j]);
   }
   BRepBuilderAPI_MakeWire outline;
+  // A corner that does not fit can leave no side; the empty outline then ends in the failure below.
+  const auto is_lost = [](const TopoDS_Edge& side) { return side.IsNull(); };
+  if (std::any_of(sides.begin(), sides.end(), is_lost)) return sink.add(outline.Wire());
   for (std::size_t i = 0; i < 4; ++i) {
     outline.Add(sides[i]);
     if (!fillets[i].IsNull()) outline.Add(fillets[i]);  // a null edge would crash the builder
