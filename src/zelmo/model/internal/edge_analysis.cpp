@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "zelmo/model/internal/edge_analysis.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include <BRep_Tool.hxx>
@@ -44,10 +45,11 @@ bool EdgeCurve::isSpline() const {
 gp_Circ EdgeCurve::circle() const { return Handle(Geom_Circle)::DownCast(curve)->Circ(); }
 
 std::optional<gp_Circ> circleThrough(const gp_Pnt& p1, const gp_Pnt& p2, const gp_Pnt& p3) {
-  // The maker leaves its own status unset for distances that underflow or are no numbers.
+  // The maker leaves its own status unset where the distance of two different points underflows.
   constexpr double kUnderflows = 1e-100;
-  for (const double d : {p1.Distance(p2), p2.Distance(p3), p3.Distance(p1)}) {
-    if (d != 0 && !(d >= kUnderflows && std::isfinite(d))) return std::nullopt;
+  for (const gp_XYZ& d : {p2.XYZ() - p1.XYZ(), p3.XYZ() - p2.XYZ(), p1.XYZ() - p3.XYZ()}) {
+    const double reach = std::max({std::fabs(d.X()), std::fabs(d.Y()), std::fabs(d.Z())});
+    if (reach != 0 && reach < kUnderflows) return std::nullopt;
   }
   try {
     const gce_MakeCirc circle(p1, p2, p3);
