@@ -44,7 +44,8 @@ class ZELMO_EXPORT XSection {
   ///     first. It must be none of the inputs.
   /// \return 0 in every case. A null \p plane, \p vertices or \p faces counts as no triangles.
   /// \note Triangles with vertices that are not finite are cut as far as their comparisons hold;
-  ///     the ends of such segments may be not finite.
+  ///     the ends of such segments may be not finite. A segment's end on an edge within 1e-6 of
+  ///     parallel to the plane is that of the cut before it.
   int getSection(const double* plane, const float* vertices, const int* faces, const int& count,
                  std::vector<float>& result);
 
@@ -56,7 +57,8 @@ class ZELMO_EXPORT XSection {
   /// \copydetails getSection(const double*, const float*, const int*, const int&,
   /// std::vector<float>&)
   /// \note What a task throws (no memory, no thread to be had) reaches the caller after all tasks
-  ///     have ended; \p result then holds a part of the segments.
+  ///     have ended; \p result then holds a part of the segments. An end on an edge almost parallel
+  ///     to the plane is that of the same task's cut before, so it may differ from call to call.
   int getSection2(const double* plane, const float* vertices, const int* faces, const int& count,
                   std::vector<float>& result);
 
