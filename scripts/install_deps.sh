@@ -18,7 +18,7 @@ for option in "$@"; do
       packages="$packages libbenchmark-dev libceres-dev libcgal-dev libeigen3-dev libvtk9-dev python3"
       ;;
     --with-docs) packages="$packages doxygen" ;;
-    --with-packaging) packages="$packages dpkg-dev" ;;
+    --with-packaging) packages="$packages dpkg-dev debootstrap" ;;
     --with-fuzzers) packages="$packages clang libclang-rt-14-dev" ;;
     --with-lint) packages="$packages clang clang-format clang-tidy python3" ;;
     --with-browser) packages="$packages chromium fonts-dejavu-core python3" ;;
