@@ -53,7 +53,8 @@ std::vector<PickedPoint> toPlot(const std::vector<PickedPoint>& points) {
 }
 
 double limitOf(const Spread& spread) {
-  return roundStep(std::max({std::abs(spread.least), std::abs(spread.most), 1e-6}));
+  constexpr double kSmallest = 1e-4;  // mm: less is the rounding of the scan
+  return roundStep(std::max({std::abs(spread.least), std::abs(spread.most), kSmallest}));
 }
 
 void drawDots(Svg& svg, const std::vector<Dot>& dots, double limit) {
@@ -83,7 +84,7 @@ void drawDots(Svg& svg, const std::vector<Dot>& dots, double limit) {
 }
 
 void drawLegend(Svg& svg, double limit) {
-  constexpr double kLeft = kPlotWidth - 62.0, kTop = 40.0, kHigh = 16.0, kWide = 14.0;
+  constexpr double kLeft = kPlotWidth - 70.0, kTop = 40.0, kHigh = 16.0, kWide = 14.0;
   for (int i = 0; i < kClasses; ++i) {
     svg.rectangle({kLeft, kTop + (kClasses - 1 - i) * kHigh, kWide, kHigh},
                   "cell d" + std::to_string(i));

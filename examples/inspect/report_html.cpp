@@ -70,21 +70,26 @@ std::string withUnit(double value, const std::string& unit) {
   return fixed(value, 4, 0) + (unit == "deg" ? "\xc2\xb0" : " " + unit);
 }
 
-/// What is out of tolerance and what could not be measured, by name.
+/// What a requirement came to that is not met.
+std::string exceptionOf(const Report& report, const ReportRequirement& one) {
+  std::string text = linkTo(report, one.feature) + ": " + escaped(one.characteristic);
+  if (!one.datum.empty()) text += " to " + linkTo(report, one.datum);
+  if (one.judgement != Judgement::Out) return text + " has no value: " + escaped(one.trouble);
+  text += " is off by " + withUnit(one.deviation, one.unit);
+  text += ", allowed are " + withUnit(one.tolerance, one.unit);
+  return text;
+}
+
+/// What is out of tolerance, then what could not be measured, by name.
 std::string exceptions(const Report& report) {
   constexpr std::size_t kMost = 24;
   std::vector<std::string> items;
-  for (const ReportRequirement& one : report.requirements) {
-    if (one.judgement == Judgement::In) continue;
-    std::string text = linkTo(report, one.feature) + ": " + escaped(one.characteristic);
-    if (!one.datum.empty()) text += " to " + linkTo(report, one.datum);
-    if (one.judgement == Judgement::Out) {
-      text += " is off by " + withUnit(one.deviation, one.unit);
-      text += ", allowed are " + withUnit(one.tolerance, one.unit);
-    } else {
-      text += " has no value: " + escaped(one.trouble);
+  for (const Judgement judgement : {Judgement::Out, Judgement::NoValue}) {
+    for (const ReportRequirement& one : report.requirements) {
+      // A feature that is not measured is told once, below.
+      const bool told = one.trouble == "feature not measured";
+      if (one.judgement == judgement && !told) items.push_back(exceptionOf(report, one));
     }
-    items.push_back(text);
   }
   for (const ReportFeature& one : report.features) {
     if (!one.done()) {
