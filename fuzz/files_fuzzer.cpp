@@ -7,7 +7,6 @@
 // shape over; what it does not come back from in time is passed over. Here, where the fuzzer sees the
 // coverage, the shape is listed: nothing may crash, hang or change from one run to the next. What the
 // reading itself breaks stays unseen, and so do faults that need a file which the reader refuses.
-#include <csignal>
 #include <fstream>
 
 #include <BRepPrimAPI_MakeBox.hxx>
@@ -18,19 +17,14 @@
 #include <BinTools.hxx>
 #include <IGESControl_Writer.hxx>
 #include <STEPControl_Writer.hxx>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
+#include "child_process.h"
 #include "fuzz_target.h"
 #include "listing.h"
 #include "step_recipe.h"
 #include "support/cad_outlines.h"
 #include "support/temporary_folder.h"
 #include "zelmo/internal/cad_lock.h"
-
-// There only under a sanitizer.
-extern "C" __attribute__((weak)) void __sanitizer_set_death_callback(void (*callback)());
 
 namespace zelmo::fuzz {
 namespace {
@@ -71,31 +65,6 @@ Originals writeOriginals(const std::filesystem::path& folder) {
   return originals;
 }
 
-/// Reads in a process of its own, which leaves the shape in a file of its own format.
-/// \return whether there is a shape: the process came back with one, in 3 s of its time
-bool childReads(Reader reader, std::string path, const std::string& shape_path) {
-  const pid_t child = fork();
-  if (child == 0) {
-    // Neither the fuzzer nor a sanitizer is to report what happens here.
-    for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGXCPU, SIGALRM}) {
-      std::signal(signal, SIG_DFL);
-    }
-    if (__sanitizer_set_death_callback != nullptr) __sanitizer_set_death_callback(nullptr);
-    fclose(stderr);
-    const rlimit seconds = {3, 4};
-    setrlimit(RLIMIT_CPU, &seconds);
-    try {
-      TopoDS_Shape shape;
-      if (reader(path.data(), shape) == 1 && BinTools::Write(shape, shape_path.c_str())) _exit(0);
-    } catch (const Standard_Failure&) {
-    }
-    _exit(1);
-  }
-  int status = 0;
-  waitpid(child, &status, 0);
-  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-}
-
 int runFile(const std::uint8_t* data, std::size_t size) {
   static const test::TemporaryFolder folder;
   static const Originals originals = writeOriginals(folder.path());
@@ -116,7 +85,12 @@ int runFile(const std::uint8_t* data, std::size_t size) {
   const Reader reader =
       is_step ? &xmodelfeature::XReadModel::readStepFile : &xmodelfeature::XReadModel::readIgesFile;
   const std::string shape_path = (folder.path() / "shape").string();
-  if (!childReads(reader, path, shape_path)) return 0;
+  const bool has_shape = holdsInChild([&] {
+    TopoDS_Shape read;
+    std::string bytes_of_path = path;
+    return reader(bytes_of_path.data(), read) == 1 && BinTools::Write(read, shape_path.c_str());
+  });
+  if (!has_shape) return 0;
   TopoDS_Shape shape;
   try {
     if (!BinTools::Read(shape, shape_path.c_str())) return 0;
