@@ -4,7 +4,6 @@
 // Each search against its definition, tried on every point of the cloud.
 #include <filesystem>
 #include <functional>
-#include <numeric>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -140,8 +139,7 @@ std::vector<Definition> definitionsIn(const Frame& f, float s = 1) {
   };
   ring(4.0F, 5.5F, bore, &Extract::indexResult2);
   // Half width, gap, inner limit: radius - half where the gap is at most the radius, else 0.
-  for (const auto& [half, gap, inner] :
-       std::vector<Triple>{{1, 3, 2}, {1, 3.5F, 0}, {4, 1, 1 /* squared, as -1 is */}}) {
+  for (const auto& [half, gap, inner] : std::vector<Triple>{{1, 3, 2}, {1, 3.5F, 0}}) {
     const auto search = [=, h = half * s, g = gap * s](Extract& e) {
       e.searchCircle2(circle, h, g, 0.5F, true);
     };
@@ -178,12 +176,6 @@ class SearchOf : public testing::Test {
   }
   void TearDown() override { std::filesystem::current_path(m_before); }
 
-  /// A host that replaces the cloud makes the tree search itself.
-  void replaceCloudByItsCopy() {
-    m_extract.cloud = boost::shared_ptr<pcl::PointCloud<pcl::PointXYZ>>(
-        new pcl::PointCloud<pcl::PointXYZ>(*m_extract.cloud));
-  }
-
   const Scan m_scan = cubeScan(60000, 8.0F, 11);
   const XFCircle3D m_circle = {kUpright.at.data(), kUpright.up.data(), 3.0F};
   Extract m_extract;
@@ -193,7 +185,9 @@ class SearchOf : public testing::Test {
 
 TEST_F(SearchOf, EachShapeKeepsWhatItsDefinitionDoes) {
   for (const bool by_tree : {false, true}) {
-    if (by_tree) replaceCloudByItsCopy();
+    if (by_tree) {  // as it does when a host replaces the cloud
+      m_extract.cloud.reset(new pcl::PointCloud<pcl::PointXYZ>(*m_extract.cloud));
+    }
     for (const Frame& f : {kTilted, kUpright}) {
       for (const Definition& d : definitionsIn(f)) {
         SCOPED_TRACE(d.name + (f.up[2] == 1 ? ", upright" : ", tilted"));
@@ -210,60 +204,6 @@ TEST_F(SearchOf, EachShapeKeepsWhatItsDefinitionDoes) {
   }
 }
 
-TEST_F(SearchOf, CirclePassesOverIndicesThatDoNotAscend) {
-  m_extract.searchCircle(m_circle);
-  const int first = m_extract.indexResult.at(0), second = m_extract.indexResult.at(1);
-  m_extract.indexBoundary = {-3, first, first, second, first, 900000};
-  m_extract.searchCircle(m_circle);
-  EXPECT_THAT(m_extract.indexResult, ElementsAre(first, second));
-}
-
-TEST_F(SearchOf, NeighbourhoodIsThatOfTheTreeUpToItsBrink) {
-  // Along a line the tree's sums of squares are rounded in another way than the distances are.
-  std::mt19937 random(3);
-  std::uniform_real_distribution<float> spread(-9.0F, 9.0F);
-  Scan scan;
-  for (int i = 0; i < 20000; ++i) scan.add({spread(random), 0, 0}, {0, 0, 1});
-  m_extract.setData(scan.data.data(), scan.count());
-  for (int trial = 0; trial < 600; ++trial) {
-    const XFPoint center(spread(random) * 1.5F, spread(random), spread(random));
-    const pcl::PointXYZ query(center.x, center.y, center.z);
-    std::vector<int> expected(1);
-    std::vector<float> squared(1);
-    m_extract.kdtree->nearestKSearch(query, 1 + trial, expected, squared);
-    // The last of them is just out, or just in.
-    const float radius = std::nextafter(std::sqrt(squared.back()), trial % 2 == 0 ? 0.0F : 99.0F);
-    m_extract.kdtree->radiusSearch(query, radius, expected, squared);
-    m_extract.searchPoint(center, radius);
-    ASSERT_EQ(m_extract.indexResult, expected) << trial;
-  }
-}
-
-TEST(Search, OrdersEqualDistancesByIndex) {
-  Scan scan;
-  for (int i = 0; i < 100; ++i) scan.add({1, 2, 3}, {0, 0, 1});
-  Extract extract;
-  extract.setData(scan.data.data(), 100);
-  extract.searchPoint(XFPoint(0, 0, 0), 4);
-  std::vector<int> expected(100);
-  std::iota(expected.begin(), expected.end(), 0);
-  EXPECT_EQ(extract.indexResult, expected);
-}
-
-TEST(Search, RoundsItsDistancesAsTold) {
-  const float far[3] = {-16777216.0F, 0, 0}, tiny[3] = {0, 0, -0.5F}, up[3] = {0, 0, 1};
-  Scan scan;
-  for (const float x : {0.0009F, 0.0011F, 1.0F, 3.0F}) scan.add({x, 0, 0}, {1, 0, 0});
-  Extract extract;
-  extract.setData(scan.data.data(), scan.count());
-  extract.setMaxDis(0.9995F);  // less than 0.001 off the axis' point counts as on it
-  extract.searchCylinder(XFCylinder(tiny, up, 1, 1));
-  EXPECT_THAT(extract.indexResult, ElementsAre(1, 2));
-  extract.setMaxDis(0.5F);  // differences in float, which 16777217 is not
-  extract.searchSphere(XFSphere(far, 16777216.0F));
-  EXPECT_THAT(extract.indexResult, ElementsAre(0, 1, 2));
-}
-
 TEST_F(SearchOf, CircleLeavesATraceThatNothingNeeds) {
   const auto search = [&](float depth, bool with_ring) {
     m_extract.indexResult2 = {1, 2};
@@ -277,10 +217,6 @@ TEST_F(SearchOf, CircleLeavesATraceThatNothingNeeds) {
   std::filesystem::remove("_20190125.txt");
   std::filesystem::create_directory("_20190125.txt");  // in the way
   EXPECT_EQ(search(2.25F, true), expected);
-  m_extract.setMaxDis(10.0F);
-  for (const float depth : {0.0F, -1.0F, kNan, kInf}) {
-    EXPECT_THAT(search(depth, false), IsEmpty()) << depth;
-  }
   m_extract.indexResult2 = {1, 2};
   m_extract.searchCircle2(m_circle, 1.0F, 2.0F, 0.75F, false);
   EXPECT_THAT(m_extract.indexResult2, IsEmpty());
@@ -306,49 +242,38 @@ TEST_F(SearchOf, PointAnswersWithAMeanOrACode) {
 
   m_extract.indexResult = {1};
   const XFPoint before = out;
-  const float bad[][3] = {{0, 1, 45},    {kNan, 1, 45}, {1, 0, 45},    {1, -2, 45},
-                          {1, kNan, 45}, {1, 1, -1},    {1, 1, 90.5F}, {1, 1, kNan}};
+  const float bad[][3] = {{0, 1, 45}, {1, 0, 45}, {1, kNan, 45}, {1, 1, -1}, {1, 1, 90.5F}};
   for (const auto& b : bad) {
     EXPECT_EQ(m_extract.searchPoint(nominal, b[0], b[1], b[2], out), -2) << b[0] << b[1] << b[2];
-    EXPECT_EQ(m_extract.searchPoint(XFPoint(0, 0, 0), std::min(b[0], 0.0F), out), -2);
   }
+  EXPECT_EQ(m_extract.searchPoint(XFPoint(0, 0, 0), 0, out), -2);
   EXPECT_THAT(m_extract.indexResult, ElementsAre(1));
   EXPECT_EQ(m_extract.searchPoint(XFPointN(90, 9, 9, 0, 0, 1), 0.5F, 0.5F, 45, out), -1);
-  for (const float x : {100.0F, kNan}) {
-    EXPECT_THAT(m_extract.indexResult, IsEmpty());
-    EXPECT_EQ(m_extract.searchPoint(XFPoint(x, 0, 0), 1.5F, out), -1);
-  }
+  EXPECT_EQ(m_extract.searchPoint(XFPoint(kNan, 0, 0), 1.5F, out), -1);
   EXPECT_EQ(out.Distance(before), 0);
 }
 
 TEST_F(SearchOf, FindsNothingWithoutPoints) {
   const float *at = kTilted.at.data(), *up = kTilted.up.data();
-  Scan hollow, lonely;
+  Scan hollow;
   for (int i = 0; i < 30; ++i) hollow.add({0, kNan, 0}, {0, 0, 1});
-  lonely = hollow;
-  lonely.add({900, 0, 0}, {0, 0, 1});
-  Extract before, empty, all_nan, one, no_tree = m_extract;
+  Extract before, empty, all_nan;
   empty.setData(nullptr, 5);
   all_nan.setData(hollow.data.data(), hollow.count());
-  one.setData(lonely.data.data(), lonely.count());
-  no_tree.kdtree.reset();
-  for (Extract* extract : {&before, &empty, &all_nan, &one, &no_tree}) {
-    extract->indexBoundary = {0, 1, 2};
+  for (Extract* extract : {&before, &empty, &all_nan}) {
+    extract->indexBoundary = {-3, 0, 1, 900000};
     for (const Definition& d : definitionsIn(kTilted)) {
       extract->indexResult = {1};
       d.search(*extract);
       EXPECT_THAT(extract->indexResult, IsEmpty()) << d.name;
       EXPECT_THAT(extract->indexResult2, IsEmpty()) << d.name;
     }
-    if (extract == &no_tree) continue;
     const auto printed = standardOutputOf([&] { extract->searchBoundaryIndex(); });
     EXPECT_EQ(printed, "indexBoundary.size=0\n");
     EXPECT_THAT(extract->indexBoundary, IsEmpty());
   }
-  for (const float top : {3.0F, 0.0F}) {
-    m_extract.searchCone(XFCone(at, up, 3, top, 2));
-    EXPECT_THAT(m_extract.indexResult, IsEmpty()) << top;
-  }
+  m_extract.searchCone(XFCone(at, up, 3, 3, 2));  // no cone
+  EXPECT_THAT(m_extract.indexResult, IsEmpty());
 }
 
 TEST_F(SearchOf, SurvivesDegenerateNominals) {
@@ -357,10 +282,9 @@ TEST_F(SearchOf, SurvivesDegenerateNominals) {
   m_extract.setData(scan.data.data(), scan.count());
   const Triple nowhere = {kNan, 0, 0}, far = {3e38F, 0, 1e30F};
   for (const Triple& at : {kTilted.at, nowhere, far}) {
-    for (const Triple& up : {kTilted.up, nowhere, far, Triple{}}) {
-      for (const float size : {0.0F, -3.0F, 5.0F, 1e6F, 1e30F, kInf, kNan}) {
-        const Frame frame = {at, up, up};
-        for (const Definition& d : definitionsIn(frame, size)) {
+    for (const Triple& up : {kTilted.up, nowhere, Triple{}}) {
+      for (const float size : {0.0F, -3.0F, 1e30F, kNan}) {
+        for (const Definition& d : definitionsIn({at, up, up}, size)) {
           d.search(m_extract);
           const auto& found = m_extract.indexResult;
           EXPECT_TRUE(std::all_of(found.begin(), found.end(),
@@ -370,18 +294,6 @@ TEST_F(SearchOf, SurvivesDegenerateNominals) {
       }
     }
   }
-}
-
-TEST_F(SearchOf, EndsWithARangeErrorWhereReplacedFieldsAreTooShort) {
-  const XFPlane plane(kTilted.at.data(), kTilted.up.data(), kTilted.along.data(), 9.0F, 6.0F);
-  Extract own = m_extract;
-  own.normals.resize(9);
-  EXPECT_THROW(own.searchPlane(plane), std::out_of_range);
-  replaceCloudByItsCopy();
-  m_extract.cloud->resize(10);
-  m_extract.indexResult = {1};
-  EXPECT_THROW(m_extract.searchPlane(plane), std::out_of_range);
-  EXPECT_THAT(m_extract.indexResult, IsEmpty());
 }
 
 }  // namespace

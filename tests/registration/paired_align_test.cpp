@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 // The alignments of paired points: XRigidTransform and XRPSAlign.
-#include <functional>
-#include <numeric>
 #include <random>
 
 #include <gmock/gmock.h>
@@ -24,13 +22,13 @@ using Params = std::array<double, 6>;
 
 cv::Vec3d wide(const cv::Point3f& p) { return {p.x, p.y, p.z}; }
 
-Points cloud(int count, unsigned seed, float at = 0, float depth = 40) {
+Points cloud(int count, unsigned seed) {
   std::mt19937 random(seed);
   std::uniform_real_distribution<float> u(-40, 40);
   Points points;
   for (int i = 0; i < count; ++i) {
-    const float x = at + u(random), y = at + u(random);
-    points.emplace_back(x, y, u(random) * depth / 40);
+    const float x = u(random), y = u(random);
+    points.emplace_back(x, y, u(random));
   }
   return points;
 }
@@ -83,17 +81,6 @@ double misfit(const Points& first, const Points& second, const Motion& motion, d
   return sum;
 }
 
-/// Any small change of a motion has to make a value grow.
-void expectLeast(const std::function<double(const Motion&)>& value, const Motion& motion) {
-  for (int k = 0; k < 6; ++k) {
-    for (const double sign : {-1.0, 1.0}) {
-      Motion change = {k < 3 ? turn(k, sign * 1e-3) : cv::Matx33d::eye(), {}};
-      if (k >= 3) change.t[k - 3] = sign * 1e-2;
-      EXPECT_GT(value(change.after(motion)), value(motion)) << k << " by " << sign;
-    }
-  }
-}
-
 TEST(PairedAlign, FindsAKnownMotion) {
   for (const Motion& motion : kMotions) {
     for (const int count : {3, 4, 1003}) {
@@ -115,16 +102,15 @@ TEST(PairedAlign, MispairsListsOfDifferentLength) {
 
 TEST(PairedAlign, EndsWhateverThePoints) {
   const Points first = {{1, 0, 0}, {0, 2, 0}, {0, 0, 3}, {4, 4, 4}}, same(4, {7, 7, 7});
-  Points flat, line, huge, mirrored;
+  Points line, huge, spoilt = first;
+  spoilt[2].y = kNaN;
   for (const cv::Point3f& p : first) {
-    flat.emplace_back(p.x, p.y, 0);
     line.emplace_back(p.x, p.x, p.x);
     huge.push_back(p * 1e30F);
-    mirrored.emplace_back(-p.x, p.y, p.z);
   }
   for (const auto fit : kFits) {
-    for (const Points& from : {first, same}) {
-      for (const Points& to : {first, flat, line, same, huge, mirrored}) {
+    for (const Points& from : {first, same, spoilt}) {
+      for (const Points& to : {first, line, same, huge, spoilt}) {
         EXPECT_LT(offFromRotation(fit(from, to).r), 1e-12);
       }
     }
@@ -143,35 +129,27 @@ TEST(RigidTransform, StartIsTheMotionOfLeastSquares) {
     second.back() += cv::Point3f(900, -700, 800);
     for (cv::Point3f& q : second) q += cv::Point3f(noise(random), noise(random), noise(random));
     for (cv::Point3f& q : first) q.x *= mirror;
-    expectLeast([&](const Motion& m) { return misfit(first, second, m, 2); }, start(first, second));
+    const Motion found = start(first, second);
+    for (int k = 0; k < 12; ++k) {  // any small change makes it worse
+      Motion change = {k < 6 ? turn(k / 2, k % 2 == 0 ? 1e-3 : -1e-3) : cv::Matx33d::eye(), {}};
+      if (k >= 6) change.t[k / 2 - 3] = k % 2 == 0 ? 1e-2 : -1e-2;
+      EXPECT_GT(misfit(first, second, change.after(found), 2), misfit(first, second, found, 2))
+          << k;
+    }
   }
 }
 
-TEST(RigidTransform, MeansAreSummedInFloat) {
-  const Points first = cloud(1003, 3, 5000), second = moved(first, kMotions[0]);
-  const auto mean = [](const Points& points) {
-    return wide(std::accumulate(points.begin(), points.end(), cv::Point3f()) / 1003.0F);
-  };
-  // In double, the means would lie a thousandth away.
-  EXPECT_LT(cv::norm(start(first, second)(mean(first)) - mean(second)), 1e-8);
-}
-
 TEST(RigidTransform, PolishLeavesOutliersAside) {
-  // Five wrong partners of 60 pull the least squares away, the sum of distances hardly. The last two
-  // motions turn in the plane of the points, where one angle alone is left to give the first step.
-  const Motion in_plane[] = {{turn(2, 0.4), {1, 2, 0}}, {turn(2, -0.4), {1, 2, 0}}};
+  // Five wrong partners of 60 pull the least squares away, the sum of distances hardly.
   XRigidTransform used;
-  for (int kind = 0; kind < 6; ++kind) {
-    const Motion& motion = kind < 4 ? kMotions[kind] : in_plane[kind - 4];
-    const Points first = cloud(60, 21, 0, kind < 4 ? 40 : 0);
+  for (const Motion& motion : kMotions) {
+    const Points first = cloud(60, 21);
     Points second = moved(first, motion);
-    for (std::size_t i = 0; i < 5; ++i) {
-      second[11 * i] += cv::Point3f(30, 20, kind < 4 ? -25.0F : 0.0F);
-    }
+    for (std::size_t i = 0; i < 5; ++i) second[11 * i] += cv::Point3f(30, 20, -25);
     const Motion found = polished(first, second);
     EXPECT_GT(cv::norm(start(first, second).t - motion.t), 0.3);
     EXPECT_LE(misfit(first, second, found, 1), misfit(first, second, motion, 1) * 1.0001);
-    EXPECT_LT(cv::norm(found.r - motion.r), 1e-3) << kind;
+    EXPECT_LT(cv::norm(found.r - motion.r), 1e-3);
     Params again;
     used.getRT(first, second, again.data());
     EXPECT_EQ(gap(motionOf(again.data()), found), 0) << "an object's history enters";
@@ -190,23 +168,11 @@ TEST(RigidTransform, AStartWithoutATurnIsPolishedByTranslationsOnly) {
   EXPECT_EQ(before.r, after.r);
 }
 
-TEST(RigidTransform, AnswersWithoutPointsAndPlaces) {
-  const Points first = cloud(4, 1);
-  XRigidTransform fit;
+TEST(RigidTransform, AnswersWithoutPoints) {
   Params p = {1, 1, 1, 1, 1, 1};
-  EXPECT_FALSE(fit.getInitialValue({}, first, p.data()));
+  EXPECT_FALSE(XRigidTransform().getInitialValue({}, cloud(4, 1), p.data()));
   EXPECT_THAT(p, testing::Each(0));
   EXPECT_EQ(gap(polished({}, {}), kNone), 0);
-  for (const float bad : {kNaN, std::numeric_limits<float>::infinity()}) {
-    Points spoilt = first;
-    spoilt[2].y = bad;
-    for (const auto& [from, to] : {std::pair(first, spoilt), std::pair(spoilt, first)}) {
-      EXPECT_TRUE(fit.getRT(from, to, p.data()));
-      EXPECT_LT(offFromRotation(motionOf(p.data()).r), 1e-12);
-    }
-    EXPECT_TRUE(fit.getRT(first, moved(first, kMotions[0]), p.data()));  // as good as new
-    EXPECT_LT(gap(motionOf(p.data()), kMotions[0]), 1e-4);
-  }
 }
 
 TEST(RpsAlign, EachCodeWeighsTheAxes) {
@@ -215,13 +181,11 @@ TEST(RpsAlign, EachCodeWeighsTheAxes) {
   const cv::Vec3d common(0.3, -0.2, 0.5), offset(0.7, 0.9, -0.4);
   constexpr int kHard = 100000001;
   // The flags and the weights of x, y and z. With three high bits and a low one z counts all the same.
-  const int rows[][4] = {
-      {0x00, 1, 1, 1},     {0x03, 1, 1, 1},     {0x80, 0, 1, 1},     {0x20, 1, 0, 1},
-      {0x08, 1, 1, 0},     {0xA0, 0, 0, 1},     {0x28, 1, 0, 0},     {0x88, 0, 1, 0},
-      {0xA8, 0, 0, 0},     {0xAB, 0, 0, 0},     {0xC0, 0, 1, 1},     {0x30, 1, 0, 1},
-      {0x0C, 1, 1, 0},     {0xE8, 0, 0, 1},     {0xB8, 0, 0, 1},     {0xAC, 0, 0, 1},
-      {0xFC, 0, 0, 1},     {0x40, kHard, 1, 1}, {0x10, 1, kHard, 1}, {0x04, 1, 1, kHard},
-      {0x60, kHard, 0, 1}, {0x84, 0, 1, kHard}, {0x18, 1, kHard, 0}};
+  const int rows[][4] = {{0x03, 1, 1, 1},     {0x80, 0, 1, 1},    {0x28, 1, 0, 0},
+                         {0xA8, 0, 0, 0},     {0xAB, 0, 0, 0},    {0xC0, 0, 1, 1},
+                         {0x30, 1, 0, 1},     {0xE8, 0, 0, 1},    {0xB8, 0, 0, 1},
+                         {0xAC, 0, 0, 1},     {0xFC, 0, 0, 1},    {0x40, kHard, 1, 1},
+                         {0x18, 1, kHard, 0}, {0x84, 0, 1, kHard}};
   for (const auto& [flags, wx, wy, wz] : rows) {
     const cv::Vec3d weights(wx, wy, wz);
     RpsPoints first = {rps({0, 0, 0}, 0)}, second = {rps(offset, flags)};
@@ -240,40 +204,6 @@ TEST(RpsAlign, EachCodeWeighsTheAxes) {
   }
 }
 
-TEST(RpsAlign, ReachesTheOptimumOfEachPattern) {
-  // Three points on a face across z, two on one across y, one on one across x.
-  const cv::Vec3d at[6] = {{5, 5, 0},   {80, 8, 0},  {40, 55, 0},
-                           {10, 0, 12}, {75, 0, 15}, {0, 30, 10}};
-  std::mt19937 random(17);
-  std::normal_distribution<double> noise(0, 0.05);
-  for (const std::array<int, 6>& flags :
-       {std::array<int, 6>{0x04, 0x04, 0x04, 0x10, 0x10, 0x40},  // locating, the rest soft
-        {0xA4, 0xA4, 0xA4, 0x98, 0x98, 0x68},                    // locating, the rest out
-        {0x54, 0x54, 0x54, 0x54, 0x54, 0x54},
-        {0, 0, 0, 0, 0, 0}}) {
-    for (const Motion& motion : {kMotions[0], kMotions[1]}) {
-      RpsPoints first, second;
-      for (std::size_t i = 0; i < 6; ++i) {
-        const cv::Vec3d measured(at[i] + cv::Vec3d(noise(random), noise(random), noise(random)));
-        first.push_back(rps(motion.inverse()(measured), 0));
-        second.push_back(rps(at[i], flags[i]));
-      }
-      const auto value = [&](const Motion& m) {
-        double sum = 0;
-        for (std::size_t i = 0; i < 6; ++i) {
-          const cv::Vec3d e = m(cv::Vec3f(first[i].point)) - cv::Vec3d(cv::Vec3f(second[i].point));
-          for (int k = 0; k < 3; ++k) {
-            const int code = (flags[i] >> (6 - 2 * k)) & 3;
-            sum += (code == 1 ? 100000001.0 : code == 0 ? 1.0 : 0.0) * e[k] * e[k];
-          }
-        }
-        return sum;
-      };
-      expectLeast(value, aligned(first, second));
-    }
-  }
-}
-
 TEST(RpsAlign, PrintsItsNumberOfSteps) {
   RpsPoints first = {rps({0, 0, 0}, 0), rps({9, 0, 0}, 0), rps({0, 9, 0}, 0)};
   const RpsPoints second = {rps({1, 0, 0}, 0), rps({1, 9, 0}, 0), rps({-8, 0.5, 0}, 0)};
@@ -288,8 +218,7 @@ TEST(RpsAlign, PrintsItsNumberOfSteps) {
   first[1].point[2] = kNaN;
   aligned(first, second, &printed);
   EXPECT_EQ(printed, label + "0\n");
-  EXPECT_EQ(gap(aligned({}, {}, &printed), kNone), 0);
-  EXPECT_EQ(printed, label + "0\n");
+  EXPECT_EQ(gap(aligned({}, {}), kNone), 0);
 }
 
 }  // namespace

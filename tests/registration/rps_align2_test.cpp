@@ -87,12 +87,7 @@ TEST(RpsAlign2, EachPassMovesTheDataByAllBefore) {
       const Motion next = align(moved(mesh, chain), kSix, on_sheet, 1).motion();
       EXPECT_GT(cv::norm(next.r - cv::Matx33d::eye()), pass < 3 ? 1e-3 : 0);
       chain = next.after(chain);
-      const Result whole = align(mesh, kSix, on_sheet, pass);
-      EXPECT_LT(gap(whole.motion(), chain), 2e-3) << pass;
-      // Entries of the second list beyond the first one's length play no part.
-      Points longer = on_sheet;
-      longer.resize(8, rps({1e6, 0, 0}, 0));
-      EXPECT_EQ(align(mesh, kSix, longer, pass).rt, whole.rt);
+      EXPECT_LT(gap(align(mesh, kSix, on_sheet, pass).motion(), chain), 2e-3) << pass;
     }
   }
 }
@@ -101,11 +96,6 @@ TEST(RpsAlign2, CodesAndLinesOfFailure) {
   const Mesh triangle = {{0, 0, 0, 6, 0, 0, 0, 6, 0}, {0, 1, 2}};
   const Mesh cloud = {triangle.vertices, {}};
   const Mesh out_of_range = {triangle.vertices, {0, 1, 3, -1, 1, 2}};
-  Mesh behind_29 = triangle, behind_30 = triangle;  // faces that hold nothing, nearer by
-  for (int i = 0; i < 30; ++i) {
-    if (i < 29) behind_29.faces.insert(behind_29.faces.end(), 3, 0);
-    behind_30.faces.insert(behind_30.faces.end(), 3, 0);
-  }
   const Points one(1, rps({0, 0, 0}, 0x54));
   const auto at = [](double x, double y, double z) { return Points(1, rps({x, y, z}, 0x54)); };
   const std::string steps = "迭代次数：";
@@ -117,8 +107,6 @@ TEST(RpsAlign2, CodesAndLinesOfFailure) {
   };
   for (const Case& c : {
            Case{"cloud, no pass", align(cloud, one, one, 0), -101, ""},
-           Case{"mesh, no pass", align(triangle, one, one, 0), -101, ""},
-           Case{"cloud, fewer", align(cloud, one, one, -4), -101, ""},
            Case{"cloud, 10 away", align(cloud, one, at(-10, 0, 0), 1), 0, steps},
            Case{"cloud, farther", align(cloud, one, at(-10.001, 0, 0), 1), -201, ""},
            Case{"mesh, 10 away", align(triangle, one, at(1, 1, 10), 1), 0, steps},
@@ -126,15 +114,10 @@ TEST(RpsAlign2, CodesAndLinesOfFailure) {
            // Enlarged by 2.5 about (2, 2), then by 0.2 of its edges: up to x = -6.
            Case{"mesh, beside", align(triangle, one, at(-5.99, 1, 0), 1), 0, steps},
            Case{"mesh, past", align(triangle, one, at(-6.01, 1, 0), 1), -201, "-3_123456789\n"},
-           Case{"mesh, 30th", align(behind_29, one, one, 1), 0, steps},
-           Case{"mesh, 31st", align(behind_30, one, one, 1), -201, "-3_123456789\n"},
            Case{"cloud, empty", align({}, one, one, 1), -201, ""},
            Case{"mesh, indices", align(out_of_range, one, one, 1), -201, "-2_123456789\n"},
            Case{"cloud, NaN", align(cloud, one, at(kNaN, 0, 0), 1), -201, ""},
-           Case{"mesh, NaN", align(triangle, one, at(0, kNaN, 0), 1), -201, "-2_123456789\n"},
            Case{"cloud, short", align(cloud, kSix, one, 1), -201, ""},
-           Case{"mesh, short", align(triangle, kSix, one, 1), -201, ""},
-           Case{"NaN in it", align({{kNaN, 0, 0}, {}}, one, one, 1), -201, ""},
            Case{"no points", align(cloud, {}, {}, 2), 0, steps},
        }) {
     SCOPED_TRACE(c.name);
@@ -147,14 +130,7 @@ TEST(RpsAlign2, CodesAndLinesOfFailure) {
     }
   }
   double rt[16];
-  XRPSAlign2 aligner;
-  EXPECT_EQ(aligner.alignByRPSPoint(nullptr, 5, one, one, rt, 1), -201);
-  const auto printed = standardOutputOf([&] {
-    EXPECT_EQ(aligner.alignByRPSPoint(cloud.vertices.data(), 3, nullptr, triangle.faces.data(), 1,
-                                      one, one, rt, 1),
-              -201);
-  });
-  EXPECT_EQ(printed, "-2_123456789\n");
+  EXPECT_EQ(XRPSAlign2().alignByRPSPoint(nullptr, 5, one, one, rt, 1), -201);
 }
 
 }  // namespace
