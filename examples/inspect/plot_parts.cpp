@@ -18,7 +18,8 @@ std::string colourRules(const DeviationScale& scale) {
   std::string text;
   for (int i = 0; i < kClasses; ++i) {
     const std::string name = ".plot .d" + std::to_string(i), colour = hexOf(scale.at(shareOf(i)));
-    text += name + "{stroke:" + colour + "}" + name + ".cell{fill:" + colour + "}\n";
+    text.append(name).append("{stroke:").append(colour).append("}\n");
+    text.append(name).append(".cell{fill:").append(colour).append("}\n");
   }
   return text;
 }
