@@ -226,6 +226,7 @@ TEST_F(SearchOf, PointAnswersWithAMeanOrACode) {
   const cv::Vec3d at = wide(kTilted.at.data()), up = wide(kTilted.up.data());
   const XFPointN nominal(kTilted.at.data(), kTilted.up.data());
   XFPoint out(7, 8, 9);
+  m_extract.indexResult = {1};
   EXPECT_EQ(m_extract.searchPoint(XFPoint(0, 0, 0), 1.5F, out), 0);
   EXPECT_THAT(m_extract.indexResult, IsEmpty());
   cv::Vec3f sum;

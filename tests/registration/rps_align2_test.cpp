@@ -96,6 +96,8 @@ TEST(RpsAlign2, CodesAndLinesOfFailure) {
   const Mesh triangle = {{0, 0, 0, 6, 0, 0, 0, 6, 0}, {0, 1, 2}};
   const Mesh cloud = {triangle.vertices, {}};
   const Mesh out_of_range = {triangle.vertices, {0, 1, 3, -1, 1, 2}};
+  Mesh behind_29 = triangle;  // faces that hold nothing, nearer by
+  behind_29.faces.resize(90, 0);
   const Points one(1, rps({0, 0, 0}, 0x54));
   const auto at = [](double x, double y, double z) { return Points(1, rps({x, y, z}, 0x54)); };
   const std::string steps = "迭代次数：";
@@ -114,6 +116,7 @@ TEST(RpsAlign2, CodesAndLinesOfFailure) {
            // Enlarged by 2.5 about (2, 2), then by 0.2 of its edges: up to x = -6.
            Case{"mesh, beside", align(triangle, one, at(-5.99, 1, 0), 1), 0, steps},
            Case{"mesh, past", align(triangle, one, at(-6.01, 1, 0), 1), -201, "-3_123456789\n"},
+           Case{"mesh, 30th", align(behind_29, one, one, 1), 0, steps},
            Case{"cloud, empty", align({}, one, one, 1), -201, ""},
            Case{"mesh, indices", align(out_of_range, one, one, 1), -201, "-2_123456789\n"},
            Case{"cloud, NaN", align(cloud, one, at(kNaN, 0, 0), 1), -201, ""},
