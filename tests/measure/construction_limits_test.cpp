@@ -12,7 +12,6 @@
 #include "support/rows.h"
 #include "zelmo/measure/feature_constructor.h"
 #include "zelmo/measure/geo_constructor.h"
-#include "zelmo/measure/geo_tolerance.h"
 
 using namespace xgeofeature;  // NOLINT: the test reads as a host's code does
 using namespace zelmo::test;  // NOLINT
@@ -92,7 +91,6 @@ TEST(Projection, EndsWhereThereIsNoDirection) {
   expectArray(A::Projection_Point_Plane, {1, 1, 1}, {0, 0, 4, 0, 0, 0}, 0, {7, 7, 7});
   expectArray(A::Projection_Point_Line, {1e-6F, 1e-6F, -1e-6F}, x, 0, {0, 0, 0});
   expectArray(A::Projection_Point_Line, {1e-6F, kAbove, 0}, x, 0, {1e-6F, 0, 0});
-  expect<XFPoint>(F::getPointSymmetry, XFPoint(0, 0, 4e-7F), XFPoint(), 0, {0, 0, 0});
   const auto shadow = [](const Row& line, int status, const Row& out = {}) {
     expect(F::getProjectionLine, XFLine3D2(line), plane({0, 0, 5, 0, 0, 1}), status, out);
   };
@@ -100,7 +98,6 @@ TEST(Projection, EndsWhereThereIsNoDirection) {
   shadow({0, 0, 0, 1, 0, 0, 0.0199F}, 0, {0, 0, 5, 1, 0, 0, 2});
   shadow({0, 0, 0, 1, 0, 0, 0.02001953125F}, 0, {0, 0, 5, 1, 0, 0, 0.02001953125F});
   shadow({1, 2, 3, 1e-6F, 0, 1, 4}, -1);
-  shadow({0, 0, 3, 1.5e-6F, 0, 1, 0.5F}, -1);  // steep, but no normal: the shadow is a point
 }
 
 TEST(Offsets, AndAveragesFollowTheirRules) {
@@ -112,7 +109,6 @@ TEST(Offsets, AndAveragesFollowTheirRules) {
     expectOf<XFPoint>([&](XFPoint& p) { return F::getPointAverage(points(of), p); }, status, out);
   };
   mean({}, -1);
-  mean({5, 6, 7}, 0, {5, 6, 7});
   // In float 2^24 + 1 is 2^24, so only the order of a float sum gives this mean.
   mean({16777216, 0, 0, 1, 3, 0, 1, 3, 3}, 0, {16777216.0F / 3.0F, 2, 1});
 
@@ -149,10 +145,6 @@ TEST(Intersection, EndsAtItsThresholds) {
   const XFPlane flat = sided({0, 0, 3, 0, 0, 1, 0, 1, 0, 1, 1}), zero = plane({0, 0, 0, 0, 0, 1});
   cut(flat, XFSphere(1, 2, 0, 5), 0, {1, 2, 3, 0, 0, 1, kAny, kAny, kAny, 4});
   cut(flat, XFSphere(1, 2, 0, 3), -1);
-  cut(flat, XFSphere(1, 2, 7, 3), -1);
-  // From 1e-6 on the center moves; at this place floats are fine enough to tell.
-  cut(zero, XFSphere(0, 0, 9e-7F, 1), 0, {0, 0, 9e-7F});
-  cut(zero, XFSphere(0, 0, 1.1e-6F, 1), 0, {0, 0, 0});
   // A slanted axis: the radius stays the cylinder's, the major direction is the plane's.
   cut(flat, tube({0, 0, 0, 0.5F, 0, 0.5F, 2, 10}), 0, {3, 0, 3, 0, 0, 1, 0, 1, 0, 2});
   // From 10 to 6 over a height of 8: the apex is at z = 20, half as wide as deep.
@@ -164,15 +156,11 @@ TEST(Intersection, EndsAtItsThresholds) {
   expect<XFPoint>(F::getIntersectionPoint, zero, x, -1);
   expectOf<XFPoint>([&](XFPoint& p) { return F::getIntersectionPoint(zero, zero, zero, p); }, -1);
   expect(F::getIntersectionLine, zero, zero, -1);
-  // Planes without extent: no ends to take a direction from.
-  expect(F::getIntersectionLine, sided({1, 1, 1, 0, 0, 1, 1, 0, 0, 0, 0}),
-         sided({1, 1, 1, 0, 1, 0, 1, 0, 0, 0, 0}), 0, {1, 1, 1, -1, 0, 0, 0});
 }
 
 TEST(CoaxialCones, TellTheirFailuresApart) {
-  const auto against = [](const Vec& apex, const Vec& axis, Real tangent, int status,
-                          Real own = 0.5L) {
-    const XFCone first(coneRow({0, 0, 0}, {0, 0, 1}, own)), other(coneRow(apex, axis, tangent));
+  const auto against = [](const Vec& apex, const Vec& axis, Real tangent, int status) {
+    const XFCone first(coneRow({0, 0, 0}, {0, 0, 1}, 0.5L)), other(coneRow(apex, axis, tangent));
     expect<XFCircle3D>(F::getIntersectionCircle, first, other, status);
   };
   against({0, 0, 0}, {0, 0, 1}, 0.4L, -1);
@@ -183,7 +171,7 @@ TEST(CoaxialCones, TellTheirFailuresApart) {
   // On equal angles the second counts as the wider one.
   against({0, 0, 5}, {0, 0, 1}, 0.5L, -1);
   against({0, 0, -5}, {0, 0, 1}, 0.5L, -2);
-  against({0, 0, -5}, {0, 0, -1}, 0, -1, 0);
+  against({0, 0, 5}, {0, 0, -1}, 0.4L, -1);
 }
 
 TEST(LineOffset, CountsItsLines) {
@@ -201,12 +189,9 @@ TEST(LineOffset, CountsItsLines) {
   tangents({3, 0, 9}, {5, 2}, 2);  // the distance in space counts
   tangents({3, 0, 0}, {5, 1.999F}, -1);
   tangents({3, 0, 0}, {5, 2.001F}, 2);
-  tangents({3, 0, 0}, {0, 0}, 2);
   tangents({0, 0, 0}, {5, 5}, -1);
-  tangents({0, 0, 4}, {5, 4}, -1);
   tangents({3, 0, 0}, {-1, 2}, -2);
   tangents({3, 0, 0}, {1, -2}, -2);
-  tangents({3, 0, 0}, {1, NAN}, -1);
   tangents({NAN, 0, 0}, {1, 1}, -1);
 }
 
@@ -240,15 +225,15 @@ TEST(ThreePoints, NeedATriangle) {
   expectThrough({0, 0, 0, 1e-6F, 1e-6F, -1e-6F, 0, 5, 0}, -1, -1);
   expectThrough({0, 0, 0, 0, 5, 0, 1e-6F, 1e-6F, -1e-6F}, -1, -1);
   expectThrough({0, 0, 0, 0, 0, kAbove, 0, 5, 0}, 0, 0);
-  // The difference rounds to the float 1e-6 and lies above the number before that.
-  expectThrough({-5.6e-14F, 0, 0, 1e-6F, 0, 0, 0, 5, 0}, -1, 0);
   expectThrough({0, 0, 0, 1, 0, 0, 0, 1e-6F, 0}, -1, -1);
   // A circle needs a frame.
   expectThrough({0, 0, 0, 0.009F, 0, 0, 0, 0.009F, 0}, 0, -1);
   expectThrough({0, 0, 0, 0.02F, 0, 0, 0, 0.02F, 0}, 0, 0);
   expectThrough({0, 0, 0, NAN, 0, 0, 0, 1, 0}, -1, -1);
-  expectThrough({0, 0, 0, INFINITY, 0, 0, 0, 1, 0}, -1, -1);
   expectThrough({0, 0, 0, 1e30F, 0, 0, 0, 1e30F, 0}, 0, -1);
+  // The squares of 4099 and 4101 lose 1 in float, which moves this center by a third.
+  const Row flat = {2, 0, 0, 4099, 1, 0, -4101, -1, 0};
+  expectOf<Ten>([&](Ten& out) { return A::Circle3D_3Point(flat.data(), out.v); }, 0, {-2801666});
   // CONTRACT: of two equal sides the second is the major one; from the first corner it runs along y.
   XFPointN square[3] = {{0, 0, 0, 0, 0, 1}, {2, 0, 0, 0, 0, 1}, {2, 2, 0, 0, 0, 1}};
   XFPlane plane;
@@ -264,32 +249,9 @@ TEST(FourPoints, GiveTheSameSphereInBothForms) {
                        status, out);
   };
   expectSphere({2, 0, 0, 0, 3, 0, 2, 3, 0, 0, 0, 6}, 0, {1, 1.5F, 3, 3.5F});
-  expectSphere({0, 0, 0, -1, 0, 0, -1, -1, 0, -1, -1, -0.9e-6F}, -1);
-  expectSphere({0, 0, 0, -1, 0, 0, -1, -1, 0, -1, -1, -1.1e-6F}, 0);
+  expectSphere({0, 0, 0, -1, 0, 0, -1, -1, 0, 5, 3, 0}, -1);
   // In float: of 4097 squared the last digit is lost, and with it half a unit.
   expectSphere({4097, 0, 0, 4096, 0, 0, 4096, 2, 0, 4096, 2, 2}, 0, {4096});
-}
-
-// The circle follows its flat coordinates and their squares as floats hold them.
-TEST(ThreePoints, SquareTheirLocalCoordinatesInFloat) {
-  const std::vector<cv::Point3f> p = {{0, 0, 0}, {0.00390625F, 0.00390625F, 0}, {4667, 0, 0}};
-  float circle[10];
-  ASSERT_EQ(A::Circle3D_3Point(&p[0].x, circle), 0);
-  std::vector<cv::Point2f> q;
-  double plane[4] = {0, 0, 1, 0};
-  xgeomeasure::XGeoTolrance::projection2Plane_tranformed(p, plane, q, nullptr);
-  const auto radius = [&q](auto square) {
-    const auto half = [&](int i, int k) {
-      return (square(q[i].x) - square(q[k].x) + square(q[i].y) - square(q[k].y)) / 2;
-    };
-    const Real a = Real(q[0].x) - q[1].x, b = Real(q[0].y) - q[1].y;
-    const Real c = Real(q[1].x) - q[2].x, d = Real(q[1].y) - q[2].y;
-    const Real r0 = half(0, 1), r1 = half(1, 2), det = a * d - b * c;
-    return std::hypot((r0 * d - b * r1) / det - q[0].x, (a * r1 - c * r0) / det - q[0].y);
-  };
-  const Real in_float = radius([](float v) { return v * v; });
-  EXPECT_LE(gap(circle[9], in_float), 1e-6L * in_float);
-  EXPECT_GT(gap(circle[9], radius([](Real v) { return v * v; })), 1e-3L * in_float);
 }
 
 TEST(TwoLines, AreToldApart) {
@@ -307,14 +269,13 @@ TEST(TwoLines, AreToldApart) {
   // The volume that offset and directions span ends at 1e-5.
   relate({0, 0, 0, 1, 0, 0}, {0, 0, 0.999e-5F, 0, 1, 0}, 2, 0, -2);
   relate({0, 0, 0, 1, 0, 0}, {0, 0, 1.001e-5F, 0, 1, 0}, 1, 1, 0);
-  // Skew, but without feet.
-  relate({0, 0, 0, 0, 0, 1}, {0, 1e9F, 0, 1e-7F, 0, 1}, 1, -1, -1);
   const auto bisect = [](const Row& second, int status, const Row& out = {}) {
     const XFLine3D2 x(Row{1, 0, 0, 1, 0, 0, 4});
     expect(F::getAngleBisector, x, XFLine3D2(second), status, out);
   };
   bisect({3, 6, 0, -1, 0, 0, 5}, 1, {2, 3, 0, 1, 0, 0, 5});
-  bisect({3, 6, 0, 1, 9e-7F, 0, 5}, 1, {2, 3, 0, 1, 0, 0, 5});
+  const float r = std::sqrt(0.5F);
+  bisect({3, 6, 0, 0, -1, 0, 5}, 0, {3, 0, 0, r, -r, 0, 5});
   bisect({0, 0, 1, 0, 1, 0, 5}, -1);
   // A step against the first line.
   expectArray(A::Intersection_Line_Line, {5, 0, 0, 1, 0, 0}, {-2, 3, 0, 0, 1, 0}, 2, {-2, 0, 0});

@@ -136,7 +136,6 @@ TEST(Symmetry, HalvesTheWayAndReturns) {
 
 TEST(Planes, MeetInALineAcrossTheirCornersAndInAPoint) {
   RandomGeometry random(63);
-  int pinned[3] = {};
   for (int i = 0; i < 2000; ++i) {
     const XFPlane a = randomPlane(random), b = randomPlane(random), c = randomPlane(random);
     const Vec cross = Vec(a.normal).cross(Vec(b.normal)), d = cross.unit();
@@ -163,7 +162,6 @@ TEST(Planes, MeetInALineAcrossTheirCornersAndInAPoint) {
     EXPECT_LE((Vec(&solved[3]) - d).norm(), 3e-7L);
     const Real size[3] = {std::fabs(d.x), std::fabs(d.y), std::fabs(d.z)};
     const long k = std::max_element(size, size + 3) - size;
-    ++pinned[k];
     EXPECT_EQ(solved[k], 0.0F);
     EXPECT_EQ(std::signbit(solved[k]), k < 2);
     for (const XFPlane* plane : {&a, &b}) {
@@ -178,7 +176,6 @@ TEST(Planes, MeetInALineAcrossTheirCornersAndInAPoint) {
       EXPECT_LE(std::fabs(fromPlane(at(met), *plane)), 3e-5L / std::fabs(det));
     }
   }
-  EXPECT_THAT(pinned, Each(testing::Gt(100)));
 }
 
 // On whole numbers lines meet exactly, also when they are nearly parallel.
@@ -197,18 +194,6 @@ TEST(TwoLines, MeetWhereTheyWereMadeToMeet) {
     float point[3] = {7, 7, 7};
     ASSERT_EQ(A::Intersection_Line_Line(a.data(), b.data(), point), parallel ? 0 : 2);
     EXPECT_LE((Vec(point) - (parallel ? Vec(7, 7, 7) : meeting)).norm(), 1e-4L);
-
-    // Units that meet in the origin have a bisector, and those of both pairs are square.
-    const Floats x(Vec(1, random.integer(-2, 2), random.integer(-2, 2)).unit());
-    const Floats y(random.directionSquareTo(Vec(x.v)));
-    const XFLine3D2 first(Floats({0, 0, 0}), x, 4), second(Floats({0, 0, 0}), y, 9);
-    const auto bisector = made<XFLine3D2>(F::getAngleBisector, first, second);
-    const auto other = made<XFLine3D2>(F::getAngleBisector, first.invert(), second);
-    const Vec half(bisector.dir);
-    EXPECT_EQ(bisector.length, 9);
-    EXPECT_LE(gap(half.dot(Vec(x.v)), half.dot(Vec(y.v))), 1e-6L);
-    EXPECT_GT(half.dot(Vec(x.v)), 0.1L);
-    EXPECT_LE(std::fabs(half.dot(Vec(other.dir))), 1e-6L);
   }
 }
 
@@ -311,10 +296,6 @@ TEST(CoaxialCones, MeetInACircleOnBoth) {
       }
     }
     EXPECT_EQ(made<XFCircle3D>(F::getIntersectionCircle, a, b).normal[0], a.axis[0]);
-    // Turned round along the axis there is no circle.
-    XFCircle3D circle;
-    const XFCone beyond(coneRow(apex - shift, axis * way, narrow));
-    EXPECT_EQ(F::getIntersectionCircle(a, beyond, circle), -1);
   }
 }
 

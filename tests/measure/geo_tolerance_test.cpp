@@ -6,6 +6,7 @@
 #include <array>
 #include <limits>
 #include <string>
+#include <tuple>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -155,37 +156,24 @@ TEST(XGeoTolrance, NeedsThreePoints) {
 }
 
 // The flatness of points whose heights over the plane z = 0 are the deviations.
-double flatness(const std::vector<float>& z, bool band = false, double factor = 0, int times = 1) {
+double flatness(const std::vector<float>& z, bool band = false, double factor = 0) {
   double plane[6] = {9, 9, 0, 0, 0, 1};
   Points points;
-  for (int i = 0; i < times; ++i) {
-    for (const float value : z) points.emplace_back(static_cast<float>(points.size()), 0.5F, value);
-  }
+  for (const float value : z) points.emplace_back(static_cast<float>(points.size()), 0.5F, value);
   return T::calcFlatness(points, plane, band, factor);
 }
 
-struct BandCase {
-  const char* what;
-  std::vector<float> deviations;
-  double factor;
-  double expected;
-};
-
 TEST(SigmaBand, KeepsItsLimitsAndNothingBeyond) {
-  const BandCase cases[] = {
-      {"population variance 8 about 2: 6 is out", {0, 0, 6}, 1.0, 0},
+  const std::tuple<const char*, std::vector<float>, double, double> cases[] = {
       {"sample variance 12 would keep 6", {0, 0, 6}, 1.3, 0},
       {"both limits are kept", {-1, 1, -1, 1}, 1.0, 2},
       {"just inside the limits none is left", {-1, 1, -1, 1}, 0.999, kEmptyBand},
-      {"factor 0 keeps what equals the mean", {-1, 0, 1}, 0.0, 0},
-      {"a negative factor turns the limits round", {-1, 0, 1}, -1.0, kEmptyBand},
       {"one pass of rejection only", {0, 0, 0, 0, 0, 0, 0, 0, 1, 100}, 2.0, 1},
       {"a NaN deviation widens the band to all", {-1, NAN, 4, 2}, 0.1, 5},
       {"a NaN factor too", {-1, 3, 4, 2}, kNaN, 5},
   };
-  for (const BandCase& c : cases) {
-    EXPECT_EQ(flatness(c.deviations, true, c.factor), c.expected) << c.what;
-    EXPECT_EQ(flatness(c.deviations, true, c.factor, 64), c.expected) << c.what;
+  for (const auto& [what, deviations, factor, expected] : cases) {
+    EXPECT_EQ(flatness(deviations, true, factor), expected) << what;
   }
 }
 
@@ -195,49 +183,22 @@ TEST(Extremes, PassOverNaNAndFollowInfinity) {
   for (std::size_t at = 0; at < 75; ++at) {
     std::vector<float> z(75);
     for (std::size_t i = 0; i < z.size(); ++i) z[i] = static_cast<float>(i % 5);
-    for (const auto& [value, expected] : {std::pair{NAN, 4.0F}, {inf, inf}, {-9.0F, 13.0F}}) {
-      z[at] = value;
-      EXPECT_EQ(flatness(z), expected) << at;
-    }
-    // What came before a NaN in the same lane still counts after it.
-    if (at + 16 >= z.size()) continue;
-    z[at + 8] = NAN;
-    z[at + 16] = 1;
+    z[at] = -9;
+    z[(at + 8) % 75] = NAN;  // what came before it in the same lane still counts
     EXPECT_EQ(flatness(z), 13.0) << at;
     EXPECT_EQ(flatness(z, true, 5), 13.0) << at;
+    z[at] = inf;
+    EXPECT_EQ(flatness(z), inf) << at;
   }
   EXPECT_EQ(flatness({2e10F, 3e10F, 4e10F}), static_cast<double>(4e10F) - 1e10);
 }
 
-// Of a line along x; with a radius the cylindricity.
-double alongX(const Points& points, double y, double radius = -1) {
-  double axis[7] = {0, y, 0, 1, 0, 0, radius};
-  return radius < 0 ? T::calcStraightness(points, axis, false, 0)
-                    : T::calcCylindricity(points, axis, false, 0);
-}
-
-TEST(Straightness, HasANearPointAndASign) {
-  // The near point ends at one hundredth in each coordinate; the last point lies on the line.
-  const auto near = [](const cv::Point3f& p) { return alongX({p, {5, 0, 0}, {5, 0, 0}}, 0); };
-  EXPECT_EQ(near({0.0099F, -0.0099F, 0.0099F}), 0.0);
-  EXPECT_GT(near({0.0099F, 0.0099F, 0.0101F}), 0.0139);
-  EXPECT_GT(near({0.0099F, -0.0101F, 0.0099F}), 0.0139);
-  EXPECT_GT(near({0.0101F, 0.0099F, 0.0099F}), 0.0139);
-  // Exactly 0.01 is not near.
-  const Points origin = {{0, 0, 0}, {5, 0, 0}, {6, 0, 0}};
-  EXPECT_EQ(alongX(origin, 0.01), 0.0);
-  EXPECT_EQ(alongX(origin, 0.01, 0.005), 0.0);
-  EXPECT_GT(alongX(origin, std::nextafter(0.01, 0.0)), 0.0099);
-  // On the surface of a cylinder of radius 0.005, and yet 0.005 inside.
-  EXPECT_NEAR(alongX(origin, std::nextafter(0.01, 0.0), 0.005), 0.01, 1e-12);
-  // Ahead, across, and neither: that counts as ahead.
-  EXPECT_EQ(alongX({{1, 3, 0}, {2, 0, -3}, {4, -3, 0}}, 0), 0.0);
-  EXPECT_EQ(alongX({{1, 3, 0}, {-2, 0, -3}, {4, -3, 0}}, 0), 6.0);
-  EXPECT_EQ(alongX({{1, 3, 0}, {0, 0, -3}, {4, -3, 0}}, 0), 0.0);
-  // CONTRACT: concentricity is the difference of the reaches, and the first array is not read.
+TEST(Straightness, CountsWhatIsNeitherAheadNorBehindAsAhead) {
   double x[6] = {0, 0, 0, 1, 0, 0};
-  const Points across = {{1, 3, 0}, {-2, 0, -3}, {4, -3, 0}};
-  EXPECT_EQ(T::calcConcentricity(across, nullptr, x, false, 0), 0.0);
+  const Points points = {{1, 3, 0}, {0, 0, -3}, {4, -3, 0}};
+  EXPECT_EQ(T::calcStraightness(points, x, false, 0), 0.0);
+  // CONTRACT: concentricity is the difference of the reaches, and the first array is not read.
+  EXPECT_EQ(T::calcConcentricity({{1, 3, 0}, {-2, 0, -3}, {4, -3, 0}}, nullptr, x, false, 0), 0.0);
 }
 
 TEST(Perpendicularity, OfLinesFailsOnlyForAZeroCross) {
@@ -333,30 +294,22 @@ TEST(Circularity, FollowsTheStoredFloats) {
 }
 
 TEST(PlaneFrame, DegenerateOnesGiveNoTolerance) {
-  const Points square = {{0, 0, 0}, {4, 0, 0}, {4, 4, 0}, {0, 4, 0}};
+  Array f = {1, 1, 0, 0, 0, 1, 2};
   const Points cluster = {{1, 1, 0}, {1.009F, 1, 5}, {1, 1.009F, -5}};
   const Points broken = {{0, 0, 0}, {4, 0, 0}, {NAN, 4, 0}, {0, 4, 0}};
-  const Array up = {1, 1, 0, 0, 0, 1, 2};
-  const auto expectNone = [](const Points& points, Array f) {
+  for (const Points& points : {cluster, broken}) {
     EXPECT_EQ(T::calcCircularity(points, f.data(), false, 0), kNoTolerance);
     EXPECT_EQ(T::calcPerpendicularity_Plane_Plane(points, f.data(), f.data(), false, 0),
               kNoTolerance);
-  };
-  expectNone(cluster, up);
-  expectNone(broken, up);
-  expectNone(square, {1, 1, 0, 0, 0, 0, 2});
-  expectNone(square, {1, 1, 0, 0, kNaN, 1, 2});
+  }
   // One point a little further out spans a frame.
-  Array circle = up;
-  EXPECT_GE(
-      T::calcCircularity({{1, 1, 0}, {1.02F, 1, 5}, {1, 1.009F, -5}}, circle.data(), false, 0),
-      0.0);
+  const Points wider = {{1, 1, 0}, {1.02F, 1, 5}, {1, 1.009F, -5}};
+  EXPECT_GE(T::calcCircularity(wider, f.data(), false, 0), 0.0);
 }
 
 // Ten deviations about 1 that no float holds: stored they are all 1, as are mean and extremes' gap.
 TEST(DeviationStatistics, InFloatAreTakenFromTheRoundedDeviations) {
   float flat[30] = {}, stored[10];
-  double exact[10];
   for (int i = 1; i < 10; i += 2) flat[3 * i + 2] = 1;
   const zelmo::internal::PointView points(flat, 10);
   const zelmo::internal::PlaneDeviation plane{0, 0, 1e-9, 1.0};
@@ -365,56 +318,25 @@ TEST(DeviationStatistics, InFloatAreTakenFromTheRoundedDeviations) {
   EXPECT_EQ(in_float.mean, 1.0);
   EXPECT_EQ(in_float.variance, 0.0);
   EXPECT_EQ(in_float.extremes.largest, 1.0 + 1e-9);
-  const auto in_double = zelmo::internal::deviationStatistics(points, plane, exact);
-  EXPECT_GT(in_double.mean, 1.0);
-  EXPECT_NEAR(in_double.variance, 0.25e-18, 1e-21);
 }
 
 TEST(Frames, FollowTheGuardedAlignment) {
   // Crosses that point opposite ways: the turn is about the first normal, which stays.
   const cv::Vec3d target[3] = {{0.6, -0.64, 0.48}, {0.8, 0.48, -0.36}, {0, 0.6, 0.8}};
   const cv::Vec3d source[3] = {target[0], -target[1], target[2]};
-  const cv::Vec3d parallel[3] = {target[0], target[0], target[2]};
   const cv::Point3d at[3] = {{1, 2, 3}, {1, 2, 3}, {1, 2, 3}}, to[3] = {};
   const cv::Vec4d first(0.6, -0.64, 0.48, 0);
-  cv::Matx44d map, inverse, untouched;
+  cv::Matx44d map, inverse;
   T::alignBy3Plane(target, to, source, at, map.val);
   EXPECT_LT(cv::norm(map * first - first), 1e-9);
   EXPECT_LT(cv::norm(map * cv::Vec4d(1, 2, 3, 1) - cv::Vec4d(0, 0, 0, 1)), 1e-9);
   EXPECT_EQ(T::convertMatrixRT(map.val, inverse.val), 1);
   EXPECT_LT(cv::norm(inverse * map - cv::Matx44d::eye()), 1e-9);
-  T::alignBy3Plane(target, to, parallel, at, untouched.val);
-  EXPECT_THAT(untouched.val, Each(0));
-
-  cv::Mat met(1, 1, CV_8U, 77), turn;
-  EXPECT_EQ(T::Intersection3Planes(parallel, at, met), 0);
-  EXPECT_EQ(met.type(), CV_8U);
+  cv::Mat met, turn;
   EXPECT_EQ(T::Intersection3Planes(target, at, met), 1);
   EXPECT_LT(cv::norm(met - cv::Mat(cv::Vec3d(1, 2, 3))), 1e-9);
   T::getMatRByVector(target[0], target[1], turn);
   EXPECT_LT(cv::norm(turn * cv::Mat(target[0]) - cv::Mat(target[1])), 1e-9);
-}
-
-TEST(Frames, MapProjectionsAndGiveTheMatrix) {
-  double plane[4] = {0, 0, 1, -5};
-  const Points points = {{3, 1, 9}, {7, 1, -4}, {7, 4, 2}};
-  Points feet;
-  T::projection2Plane(points, plane, feet);
-  EXPECT_EQ(feet, (Points{{3, 1, 5}, {7, 1, 5}, {7, 4, 5}}));
-  std::vector<cv::Point2f> flat;
-  cv::Matx44d rt;
-  T::projection2Plane_tranformed(points, plane, flat, rt.val);
-  ASSERT_EQ(flat.size(), 3U);
-  for (std::size_t i = 0; i < 3; ++i) {
-    const cv::Vec4d foot(feet[i].x, feet[i].y, feet[i].z, 1), local(flat[i].x, flat[i].y, 0, 1);
-    EXPECT_LT(cv::norm(rt * foot - local), 1e-6);
-  }
-  T::projection2Plane_tranformed(points, plane, flat, nullptr);
-  EXPECT_EQ(flat.size(), 3U);
-  rt = cv::Matx44d::all(4);
-  T::projection2Plane_tranformed({{1, 1, 1}, {1, 1, 2}}, plane, flat, rt.val);
-  EXPECT_TRUE(flat.empty());
-  EXPECT_THAT(rt.val, Each(4));
 }
 
 }  // namespace
