@@ -93,6 +93,7 @@ TEST(LocalFrame, TakesItsFirstAxisFromOneHundredthOnOrFromTheWorldIfAsked) {
   const auto axis = firstAxis({{0.00999F, 0, 0}, {0, -0.0101F, 0}, {1, 0, 0}}, {});
   ASSERT_TRUE(axis);
   EXPECT_LT(cv::norm(*axis - cv::Vec3d(0, -1, 0)), 1e-12);
+  EXPECT_TRUE(firstAxis({{0, 0, 0.0101F}}, {}));
 
   const std::vector<cv::Point3f> cluster = {{1, 1, 1}, {1, 1.001F, 1}};
   const LocalFrameOptions fallback{NoAxisPoint::FallbackAxis, OppositeCross::AboutFirstNormal};
