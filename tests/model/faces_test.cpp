@@ -5,21 +5,15 @@
 #include <cmath>
 
 #include <BRepBuilderAPI_MakeEdge.hxx>
-#include <BRepBuilderAPI_MakeWire.hxx>
 #include <BSplCLib.hxx>
-#include <Geom2d_Line.hxx>
 #include <GeomConvert.hxx>
 #include <Geom_BSplineSurface.hxx>
 #include <Geom_ConicalSurface.hxx>
 #include <Geom_CylindricalSurface.hxx>
-#include <Geom_Line.hxx>
-#include <Geom_OffsetSurface.hxx>
 #include <Geom_Plane.hxx>
 #include <Geom_RectangularTrimmedSurface.hxx>
 #include <Geom_SphericalSurface.hxx>
-#include <Geom_SurfaceOfLinearExtrusion.hxx>
 #include <Geom_ToroidalSurface.hxx>
-#include <Standard_ConstructionError.hxx>
 #include <Standard_TypeMismatch.hxx>
 #include <TColStd_Array1OfReal.hxx>
 #include <gmock/gmock.h>
@@ -96,11 +90,7 @@ TEST(XModelFeatureFace, AnalyticFacesByTheirRecords) {
   expect(new Geom_ConicalSurface(kFrame, -angle, 4), {0.3, 0.9, 0, slope}, ModelCone,
          rowOf(5, 6, 15, 0, 0, 1, angle, 5, 6, 7, 5, 6, 13, 6, 4, 1));
   expect(new Geom_SphericalSurface(kFrame, 9), {1, 2, 0, 1}, ModelSphere, rowOf(5, 6, 7, 9));
-  const Handle(Geom_Curve) line = new Geom_Line(kFrame.Axis());
   expect(new Geom_ToroidalSurface(kFrame, 9, 2), {0, 1, 0, 1}, ModelUnknown, rowOf());
-  expect(new Geom_SurfaceOfLinearExtrusion(line, gp::DX()), {0, 1, 0, 1}, ModelUnknown, rowOf());
-  expect(new Geom_OffsetSurface(new Geom_CylindricalSurface(kFrame, 2), 2), {0, 1, 0, 1},
-         ModelUnknown, rowOf());
 }
 
 TEST(XModelFeatureFace, BadFaces) {
@@ -109,17 +99,8 @@ TEST(XModelFeatureFace, BadFaces) {
   BRep_Builder().MakeFace(no_surface);
   EXPECT_EQ(infoOf(no_surface).type, ModelUnknown);
   no_face.TShape(BRepBuilderAPI_MakeEdge(gp_Pnt(0, 0, 0), gp_Pnt(1, 0, 0)).Edge().TShape());
-  EXPECT_THAT([&] { infoOf(no_face); },
-              testing::Throws<Standard_TypeMismatch>(testing::Property(
-                  &Standard_Failure::GetMessageString, testing::StrEq("TopoDS::Face"))));
-  // A cylinder without height has no direction.
-  const Handle(Geom_Surface) surface = new Geom_CylindricalSurface(kFrame, 2);
-  TopoDS_Face flat = bareFace(surface);
-  TopoDS_Edge circle = BRepBuilderAPI_MakeEdge(gp_Circ(kFrame.Ax2(), 2)).Edge();
-  BRep_Builder().UpdateEdge(circle, new Geom2d_Line(gp_Pnt2d(0, 0), gp_Dir2d(1, 0)), flat, 1e-7);
-  BRep_Builder().Add(flat, BRepBuilderAPI_MakeWire(circle).Wire());
-  EXPECT_THROW(infoOf(flat), Standard_ConstructionError);
-  EXPECT_EQ(infoOf(bareFace(surface)).type, ModelCylinder) << "endless";
+  EXPECT_THROW(infoOf(no_face), Standard_TypeMismatch);
+  EXPECT_EQ(infoOf(bareFace(new Geom_CylindricalSurface(kFrame, 2))).type, ModelCylinder);
   EXPECT_EQ(infoOf(bareFace(new Geom_Plane(kFrame))).type, ModelPlane);
 }
 
@@ -165,11 +146,9 @@ TEST(XModelFeatureSplineFace, FlatPatchIsNotWidened) {
     };
     EXPECT_EQ(typeWithPoles(flat(), lifted), lift > 0.01 ? ModelUnknown : ModelPlane) << lift;
   }
-  for (const int u_degree : {1, 2}) {
-    const Spline raised = flat();
-    raised->IncreaseDegree(u_degree, 2);
-    EXPECT_EQ(infoOf(bareFace(raised)).type, ModelUnknown);
-  }
+  const Spline raised = flat();
+  raised->IncreaseDegree(1, 2);
+  EXPECT_EQ(infoOf(bareFace(raised)).type, ModelUnknown);
 }
 
 /// A cylinder of radius 3 from z = -2 to z = 8 on the axis of kFrame, over a part of a turn: u along
@@ -191,13 +170,12 @@ TEST(XModelFeatureSplineFace, CylinderWithItsEndsTheOtherWayRound) {
     Axis axis;
     double u_size, v_size;  // of a trimmed surface
     bool is_cylinder;
-  } rows[] = {{2 * M_PI, 3, 2, AlongU, 0, 0, true},   {0.6, 2, 3, AlongU, 0, 0, false},
+  } rows[] = {{2 * M_PI, 3, 2, AlongU, 0, 0, true},  {0.6, 2, 3, AlongU, 0, 0, false},
               {0.6, 1, 2, AlongU, 0, 0, false},  // as exporters write it
-              {0.6, 3, 3, AlongV, 0, 0, false},       {0.6, 3, 3, AlongV, 1.00009, 0.99991, true},
-              {0.6, 3, 3, AlongV, 1, 1.0002, false},  {0.6, 3, 3, AlongV, 2, 1, false},
-              {0.6, 2, 3, AlongV, 1, 1, false},       {0.6, 3, 3, AlongV, 1, M_PI, false},
-              {0.6, 3, 2, AlongU, 5, M_PI / 2, true}, {0.6, 3, 2, AlongU, 5, M_PI, true},
-              {0.6, 3, 2, AlongU, 5, 2 * M_PI, true}, {0.6, 3, 2, AlongU, 5, 1.7, false}};
+              {0.6, 3, 3, AlongV, 0, 0, false},      {0.6, 3, 3, AlongV, 1.00009, 0.99991, true},
+              {0.6, 3, 3, AlongV, 1, 1.0002, false}, {0.6, 3, 2, AlongU, 5, M_PI / 2, true},
+              {0.6, 3, 2, AlongU, 5, M_PI, true},    {0.6, 3, 2, AlongU, 5, 2 * M_PI, true},
+              {0.6, 3, 2, AlongU, 5, 1.7, false}};
   for (const auto& r : rows) {
     SCOPED_TRACE(&r - rows);
     auto spline = splineCylinder(r.turn, r.degree_along, r.around);
@@ -254,10 +232,6 @@ TEST(XModelFeatureSplineFace, NothingElseIsRecognised) {
     return i == 2 && j == 2 ? p + gp_XYZ(0.5, 0.5, 0.5) : p;
   };
   EXPECT_EQ(typeWithPoles(splineCylinder(0.6), bumpy), ModelUnknown);
-  const auto folded = [](int i, int, const gp_XYZ& p) {  // circles that turn back along the axis
-    return gp_XYZ(p.X(), p.Y(), std::array{0, 12, 0, -3}.at(static_cast<std::size_t>(i - 1)));
-  };
-  EXPECT_EQ(typeWithPoles(splineCylinder(0.6), folded), ModelUnknown);
   const auto elliptic = [](int, int, const gp_XYZ& p) {
     return gp_XYZ(5 + 1.3 * (p.X() - 5), p.Y(), p.Z());
   };
@@ -303,7 +277,6 @@ TEST(XModel3DFeature, ListsEveryKindAndAddsToAllListsButTheSpheres) {
   EXPECT_THAT(planes, ElementsAre(0, 1, 2, 3, 4, 5, -1, 6, 7, -1, 8, -1));
   EXPECT_THAT(others,
               ElementsAre(-111, -111, -111, -111, -111, -111, -101, -111, -111, -11, -111, -110));
-  EXPECT_EQ(XModel3DFeature::findOCC_Plane(plateAt(0, 999, false), features.planes), -1);
   EXPECT_EQ(XModel3DFeature::findOCC_Plane(TopoDS_Face(), features.planes), -1);
 
   features.get3DFeatureData(TopoDS_Shape());
@@ -343,15 +316,12 @@ TEST(XModel3DFeature, GivesTheWholeExtentOfAPlane) {
   // Two plates of 10 by 2, each widened by a tenth on every side, 50 apart; from x = -1 to x = 61.
   EXPECT_THAT(rowOf(whole.center, whole.length, whole.width),
               Pointwise(FloatNear(1e-4F), {30.0F, 0.0F, 5.0F, 62.0F, 2.4F}));
-  EXPECT_NEAR(std::fabs(whole.majorDir[0]), 1.0F, 1e-6);
   EXPECT_FLOAT_EQ(whole.normal[2], 1.0F);
 
   XFPlane mixed = features.planes[0];
   mixed.faces.push_back(facesOf(BRepPrimAPI_MakeSphere(1).Shape())[0]);
   EXPECT_EQ(XModel3DFeature::getPlane(mixed, whole), -1);
   EXPECT_NEAR(whole.length, 62.0F, 1e-4) << "left alone";
-  EXPECT_EQ(XModel3DFeature::getPlane(XFPlane(), whole), 0);
-  EXPECT_EQ(whole.length, 0.0F);
 }
 
 }  // namespace

@@ -85,7 +85,6 @@ int kindOf(const TopoDS_Wire& wire) {
 // Slots of half straight length 20 and radius 5, rectangles of 20 by 5, round ones of 20 by 8 by 3.
 TEST(XModelFeatureOutline, HolesByTheirRecordsInEveryOrder) {
   const Edges slot = slotEdges(20, 5), split = slotWith(splitRightArc(), kSplitLeftArc);
-  const Edges one_split = slotWith(splitRightArc(), kLeftArc);
   const Edges rectangle = rectangleEdges(20, 5), round = roundEdges(20, 8, 3, 3);
   Edges round_splines = round;  // also its lines
   for (TopoDS_Edge& edge : round_splines) edge = splineEdge(edge);
@@ -94,12 +93,10 @@ TEST(XModelFeatureOutline, HolesByTheirRecordsInEveryOrder) {
       {"arc first", startingAt(slot, 1), Slot},
       {"slot walked back", walkedBack(slot), Slot},
       {"both arcs in two, arc first", startingAt(split, 1), Slot},
-      {"started within an arc", startingAt(one_split, 2), Slot},
       {"both in two, started within one", startingAt(split, 2), Slot},
       {"spline arcs", slotWith({splineEdge(kRightArc[0])}, {splineEdge(kLeftArc[0])}), Slot},
       {"rectangle walked back", startingAt(walkedBack(rectangle), 3), Rectangle},
       {"round, arc first", startingAt(round, 1), Round},
-      {"round, short side first", startingAt(round, 2), Round},
       {"round, walked back", walkedBack(round), Round},
       {"round of splines", round_splines, Round}};
   const auto center = posed(gp_Pnt(0, 0, 0));
@@ -135,56 +132,27 @@ Edges roundWith(std::size_t place, const TopoDS_Edge& edge) {
   edges[place] = edge;
   return edges;
 }
-/// A side that counts as a line, with its middle 0.01 of its length outside.
-TopoDS_Edge bulged(double x0, double y0, double x1, double y1) {
-  const auto at = [&](double t, double out) {
-    return gp_Pnt(x0 + t * (x1 - x0) + out * (y1 - y0), y0 + t * (y1 - y0) - out * (x1 - x0), 0);
-  };
-  return polyEdge({at(0, 0), at(0.25, 0), at(0.5, 0.01), at(0.75, 0), at(1, 0)});
-}
-
 TEST(XModelFeatureOutline, WhatCountsAndWhatDoesNot) {
   const double d = std::sqrt(64.0 - 25.0);  // where a circle of radius 8 is 10 wide
-  const double angle = std::atan2(5, d) / kDegree, lean = std::atan2(5, 1) / kDegree;
+  const double angle = std::atan2(5, d) / kDegree;
   const Edges slot = slotEdges(20, 5), rectangle = rectangleEdges(20, 5);
   const Edges round = roundEdges(20, 8, 3, 3);
-  const gp_Elips ellipse(gp_Ax2(gp_Pnt(20, 0, 0), gp_Dir(0, 0, 1), gp_Dir(0, 1, 0)), 5, 4);
-  const Edges half_ellipse = {BRepBuilderAPI_MakeEdge(ellipse, M_PI, 2 * M_PI).Edge()};
   const Edges two_radii =
       slotWith({arcEdge(20, 0, 5, -90, 0), arcEdge(19.98, 0, 5.02, 0, 90)}, kLeftArc);
-  Edges open = rectangle, swapped = round, unordered = round;
-  Edges long_bulges = roundWith(0, bulged(-17, -8, 17, -8));
-  Edges short_bulges = roundWith(2, bulged(20, -5, 20, 5));
-  long_bulges[4] = bulged(17, 8, -17, 8);
-  short_bulges[6] = bulged(-20, 5, -20, -5);
+  Edges open = rectangle, unordered = round;
   open[3] = lineEdge(-20, 5, -20, -4);
-  std::swap(swapped[1], swapped[5]);
   std::reverse(unordered.begin(), unordered.end());
   const OutlineCase outlines[] = {
       {"double-D bore",
        {lineEdge(-d, -5, d, -5), arcEdge(0, 0, 8, -angle, angle), lineEdge(d, 5, -d, 5),
         arcEdge(0, 0, 8, 180 - angle, 180 + angle)}},
       {"half a slot", {slot[0], slot[1], slot[2]}},
-      {"half-elliptic end", slotWith(half_ellipse, kLeftArc)},
       {"line in two",
        {lineEdge(-20, -5, 0, -5), lineEdge(0, -5, 20, -5), slot[1], slot[2], slot[3]}},
       // The point where two pieces meet counts as the middle of the arc.
       {"arc in uneven pieces", slotWith(splitRightArc(10), kLeftArc)},
       {"pieces of two radii", two_radii},
-      {"tail of another radius", startingAt(two_radii, 2)},
-      {"tail far away",
-       startingAt(slotWith({arcEdge(20, 0, 5, -90, 0), arcEdge(60, 0, 5, 0, 90)}, kLeftArc), 2)},
-      {"seven edges",
-       joined({{slot[0]}, splitRightArc(), {arcEdge(20, 0, 5, 90, 91), slot[2]}, kSplitLeftArc})},
-      {"arc gone", slotWith(splitRightArc(), {})},
-      // An arc that comes sixth, after patterns that no slot has.
-      {"five lines", joined({rectangle, {slot[0], slot[1]}})},
-      {"three lines, two of them in a row", joined({slot, {slot[0], slot[1]}})},
-      {"oblique",
-       {lineEdge(-20, -5, 20, -5), slot[1], lineEdge(20, 5, -18, 5),
-        arcEdge(-19, 0, std::hypot(1, 5), lean, lean + 180)}},
       {"ends of almost one radius", unevenSlot(5.009), Slot},
-      {"the smaller one second", startingAt(unevenSlot(5.009), 2), Slot},
       {"ends of two radii", unevenSlot(5.02)},
       // A joined piece of the second end is held against the radius of the first.
       {"pieces of almost one radius", slotOfPieces(5.0095), Slot},
@@ -192,18 +160,12 @@ TEST(XModelFeatureOutline, WhatCountsAndWhatDoesNot) {
       {"nothing asks for a closed rectangle", open, Rectangle},
       {"leaning a little", leaningRectangle(0.0009), Rectangle},
       {"leaning", leaningRectangle(0.0011)},
-      {"five edges", joined({rectangle, {rectangle[0]}})},
       {"spline side", {splineEdge(slot[0]), rectangle[1], rectangle[2], rectangle[3]}},
       {"almost one corner radius", roundEdges(200, 80, 3, 3.005), Round},
       {"one corner of another radius", roundEdges(200, 80, 3, 3.02)},
       {"small gap", roundWith(0, lineEdge(-17 + 0.0099, -8, 17, -8)), Round},
       {"gap", roundWith(0, lineEdge(-17 + 0.0101, -8, 17, -8))},
-      {"bulging long sides", long_bulges},
-      {"bulging short sides", short_bulges},
-      {"arcs swapped", swapped},
       {"edges in the wrong order", unordered},
-      {"turned inwards", roundWith(1, arcEdge(20, -8, 3, 180, 90))},  // its middle lies elsewhere
-      {"nine edges", joined({round, {round[0]}})},
       {"no edges", {}}};
   for (const OutlineCase& c : outlines) EXPECT_EQ(kindOf(wireOf(c.edges)), c.kind) << c.name;
   EXPECT_EQ(kindOf(TopoDS_Wire()), None);
@@ -215,9 +177,6 @@ TEST(XModelFeatureOutline, NormalAndDirectionOfASquare) {
   ASSERT_TRUE(XModelFeature::isRectangle(wireOf(rectangleEdges(5, 5)), rectangle));
   EXPECT_FLOAT_EQ(rectangle.normal[2], 1.0F);
   EXPECT_FLOAT_EQ(rectangle.majorDir[0], -1.0F);
-  XFRoundGroove3D groove;
-  ASSERT_TRUE(XModelFeature::isRoundGroove(wireOf(roundEdges(5, 5, 3, 3)), groove));
-  EXPECT_FLOAT_EQ(groove.majorDir[1], -1.0F) << "so does the first side";
 }
 
 // ---- plane merging ----------------------------------------------------------------------------
@@ -258,9 +217,8 @@ TEST(XModelFeatureGetPlane, NoneOneAndPatchesWithoutAFrame) {
   XFPlane endless = no_normal;
   no_normal.normal[1] = std::numeric_limits<float>::quiet_NaN();
   endless.length = std::numeric_limits<float>::infinity();
-  const XFPlane tiny = patchAt(4, 0, 0.005, 0.005, 0);
   for (const auto& planes :
-       {std::vector<XFPlane>{single}, {tiny, tiny}, {no_normal, single}, {endless, single}}) {
+       {std::vector<XFPlane>{single}, {no_normal, single}, {endless, single}}) {
     XModelFeature::getPlane(planes, merged);
     EXPECT_EQ(rowOf(merged.d, merged.length, merged.corners),
               rowOf(planes[0].d, planes[0].length, planes[0].corners));

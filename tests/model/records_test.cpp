@@ -139,9 +139,6 @@ TEST(ModelRecords, TakeTheirFloatsAndConvertIntoTheirTwins) {
     return rowOf(r.center, r.normal, r.majorDir, r.halfLength, r.halfWidth, r.cornerRadius);
   });
   expectFields(4, &XFSphere::getSphere, [](const auto& r) { return rowOf(r.center, r.radius); });
-  expectFields(14, &XFCylinder::getCylinder, [](const auto& r) {
-    return rowOf(r.center, r.axis, r.radius, r.height, r.base, r.top);
-  });
   expectFields(16, &XFCone::getCone, [](const auto& r) {
     return rowOf(r.apex, r.axis, r.halfAngle, r.base, r.top, r.height, r.baseRadius, r.topRadius);
   });
@@ -149,7 +146,6 @@ TEST(ModelRecords, TakeTheirFloatsAndConvertIntoTheirTwins) {
   EXPECT_THAT(rowOf(plane.a, plane.b, plane.c, plane.d, plane.center, plane.normal, plane.majorDir,
                     plane.length, plane.width, plane.corners),
               ElementsAreArray(countedFloats(27)));
-  EXPECT_EQ(XFPlane(countedFloats(26)).a, 0.0F);
   xgeofeature::XFPlane twin;
   plane.getPlane(twin);
   EXPECT_THAT(rowOf(twin.center, twin.normal, twin.majorDir, twin.length, twin.width),
@@ -159,7 +155,6 @@ TEST(ModelRecords, TakeTheirFloatsAndConvertIntoTheirTwins) {
   XFLine3D(Row{1, 2, 3, 1, 6, 6}).getLine(line);
   EXPECT_THAT(rowOf(line.center, line.dir, line.length),
               ElementsAreArray({1.0F, 4.0F, 4.5F, 0.0F, 0.8F, 0.6F, 5.0F}));
-  EXPECT_EQ(XFLine3D(countedFloats(7)).end[2], 0.0F);
 }
 
 // ---- the index --------------------------------------------------------------------------------
@@ -196,8 +191,8 @@ void expectIndexLikeScan(
 }
 
 TEST(ModelRecordIndex, FindsWhatAScanFinds) {
-  Row plane(27), cylinder(14), circle(10);
-  plane[2] = cylinder[3] = circle[5] = 1;
+  Row plane(27), cylinder(14);
+  plane[2] = cylinder[3] = 1;
   expectIndexLikeScan<XFPlane>(2e-5F, plane, {0, 3}, 3, [](Row& row) {
     for (float& value : row) value = -value;
   });
@@ -206,7 +201,6 @@ TEST(ModelRecordIndex, FindsWhatAScanFinds) {
     std::swap_ranges(row.begin() + 8, row.begin() + 11, row.begin() + 11);
   });
   expectIndexLikeScan<XFSphere>(2e-5F, Row(4), {0}, 2);
-  expectIndexLikeScan<XFCircle3D>(0.1F, circle, {0}, 2);
 }
 
 }  // namespace
