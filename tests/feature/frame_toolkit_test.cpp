@@ -88,6 +88,25 @@ TEST(AlignByPlanes, CarriesAFrameOntoAnother) {
   }
 }
 
+__attribute__((noinline)) void shift(const double* p, double by, double* out) {
+  const double a[3] = {static_cast<float>(p[0]), static_cast<float>(p[1]),
+                       static_cast<float>(p[2])};
+  for (int i = 0; i < 3; ++i) out[i] = a[i] + by;
+}
+
+// A double to float to double round trip is behaviour: with g++ 12's straight-line vectoriser it is
+// lost. 16777217 has no float.
+TEST(RoundingToFloat, SurvivesTheOptimiser) {
+  const double p[3] = {16777217.0, 16777219.0, 0.1};
+  double out[3];
+  // Called through a pointer that could change, or the constants would be folded into the probe.
+  void (*volatile call)(const double*, double, double*) = &shift;
+  call(p, 0.0, out);
+  EXPECT_EQ(out[0], 16777216.0);
+  EXPECT_EQ(out[1], 16777220.0);
+  EXPECT_EQ(out[2], static_cast<double>(0.1F));
+}
+
 TEST(LocalFrame, TakesItsFirstAxisFromOneHundredthOnOrFromTheWorldIfAsked) {
   EXPECT_FALSE(firstAxis({{0.00999F, 0, 0}, {0, -0.00999F, 0.00999F}}, {}));
   const auto axis = firstAxis({{0.00999F, 0, 0}, {0, -0.0101F, 0}, {1, 0, 0}}, {});
