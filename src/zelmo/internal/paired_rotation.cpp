@@ -67,11 +67,16 @@ void rotationFromCorrelation(const cv::Mat& h, cv::Mat& r) {
     r = cv::Mat::eye(h.size(), h.type());
     return;
   }
-  // The decomposition squares the entries; a multiple of h has the same rotation.
-  constexpr double kSquareOverflows = 1e100;
+  // The decomposition multiplies squares of entries. Where such products overflow or underflow it gets
+  // a multiple of h, which has the same rotation, without what is nothing beside the largest entry.
+  constexpr double kExtreme = 1e50;
   const double largest = cv::norm(h, cv::NORM_INF);
+  const cv::Mat negligible = (cv::abs(h) < largest / kExtreme) & (h != 0);
+  const bool is_extreme = largest > kExtreme || largest < 1 / kExtreme;
+  cv::Mat scaled = is_extreme && largest > 0 ? cv::Mat(h / largest) : h.clone();
+  scaled.setTo(0, negligible);
   cv::Mat w, u, vt;
-  cv::SVD::compute(largest > kSquareOverflows ? cv::Mat(h / largest) : h, w, u, vt, 0);
+  cv::SVD::compute(scaled, w, u, vt, 0);
   const cv::Mat v = vt.t();
   cv::Mat s = cv::Mat::eye(w.rows, w.rows, h.type());
   s.row(w.rows - 1).col(w.rows - 1) = cv::determinant(v * u.t());
