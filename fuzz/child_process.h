@@ -15,7 +15,7 @@ extern "C" __attribute__((weak)) void __sanitizer_set_death_callback(void (*call
 
 namespace zelmo::fuzz {
 
-/// Whether \p action gives true in a process of its own that comes back within 3 s of its time: for
+/// Whether \p action gives true in a process of its own that comes back within 1 s of its time: for
 /// what OpenCASCADE may die of. A failure that OpenCASCADE throws counts as false.
 template <typename Action>
 bool holdsInChild(Action action) {
@@ -27,7 +27,7 @@ bool holdsInChild(Action action) {
     }
     if (__sanitizer_set_death_callback != nullptr) __sanitizer_set_death_callback(nullptr);
     std::fclose(stderr);
-    const rlimit seconds = {3, 4};
+    const rlimit seconds = {1, 2};
     setrlimit(RLIMIT_CPU, &seconds);
     bool holds = false;
     try {

@@ -195,7 +195,7 @@ void trace(ByteSource& bytes, Transcript& out) {
                              bytes.flag() ? static_cast<float>(aim[2]) : bytes.real()};
   const float step = bytes.flag() ? bytes.real() : static_cast<float>(bytes.byte()) / 16;
   const float radius = bytes.flag() ? bytes.real() : static_cast<float>(bytes.byte()) / 8;
-  const MeasuredPoints scan = measuredPoints(bytes, 160);
+  const MeasuredPoints scan = measuredPoints(bytes, 60);  // solvers go to their limit of passes
   const auto data = interleaved(scan);
   xpolylinefit::XPolyLineFit fit;
   if (sets_data) fit.setData(data.data(), scan.count);
