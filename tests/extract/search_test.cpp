@@ -78,6 +78,7 @@ struct Definition {
   std::vector<int> Extract::*result = &Extract::indexResult;
 };
 
+/// \param[in] f has to outlive the definitions
 /// \param[in] s scales the sizes of the searches alone
 std::vector<Definition> definitionsIn(const Frame& f, float s = 1) {
   const float *at = f.at.data(), *up = f.up.data(), *along = f.along.data();
@@ -284,8 +285,9 @@ TEST_F(SearchOf, SurvivesDegenerateNominals) {
   const Triple nowhere = {kNan, 0, 0}, far = {3e38F, 0, 1e30F};
   for (const Triple& at : {kTilted.at, nowhere, far}) {
     for (const Triple& up : {kTilted.up, nowhere, Triple{}}) {
+      const Frame frame = {at, up, up};
       for (const float size : {0.0F, -3.0F, 1e30F, kNan}) {
-        for (const Definition& d : definitionsIn({at, up, up}, size)) {
+        for (const Definition& d : definitionsIn(frame, size)) {
           d.search(m_extract);
           const auto& found = m_extract.indexResult;
           EXPECT_TRUE(std::all_of(found.begin(), found.end(),

@@ -33,7 +33,7 @@ inline ReferenceSet referenceSet(Kind kind, const std::string& name) {
   // Round features name the diameter; a cone a point on the axis, its distance from the surface, the
   // full angle in degrees and an axis away from the apex.
   if (kind == Kind::Sphere) q.insert(q.begin() + 3, 3, 1);
-  q.resize(std::max<std::size_t>(q.size(), 7));
+  q.resize(std::max<std::size_t>(q.size(), 8));
   if (kind == Kind::Cone) {
     const Real half = q[7] * std::acos(Real{-1}) / 360;
     (Vec(q.data()) - directionOf(q) * (q[6] / std::sin(half))).copyTo(q.data());
