@@ -356,6 +356,11 @@ TEST(TrimTransform, FindsTheMotionOfThreePoints) {
 TEST(TrimTransform, RotationIsProperOrRefused) {
   cv::Mat r;
   EXPECT_THROW(XTrim::getMatR_svd(cv::Mat(), r), cv::Exception);
+  // Without rank, and with a column whose squares underflow on the way: still a rotation.
+  const cv::Matx33d graded(0, 0x1.a8de8a9bbf4e1p-60, 0, 0, 0x1.ae7a33bd9bf7ep-26, 0,
+                           -0x1.4628fb1f1228fp-81, 0x1.4262d31aca759p-69, -0x1.63fd0de647cd5p+3);
+  XTrim::getMatR_svd(cv::Mat(graded), r);
+  EXPECT_NEAR(cv::determinant(r), 1, 1e-9);
   XTrim::getMatR_svd(cv::Mat::diag(cv::Mat(cv::Vec3f(2, 3, -1))), r);
   EXPECT_NEAR(cv::determinant(r), 1, 1e-6);
 }

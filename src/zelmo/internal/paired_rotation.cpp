@@ -3,6 +3,7 @@
 #include "zelmo/internal/paired_rotation.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include <opencv2/core.hpp>
 
@@ -73,10 +74,18 @@ void rotationFromCorrelation(const cv::Mat& h, cv::Mat& r) {
   const double largest = cv::norm(h, cv::NORM_INF);
   const cv::Mat negligible = (cv::abs(h) < largest / kExtreme) & (h != 0);
   const bool is_extreme = largest > kExtreme || largest < 1 / kExtreme;
-  cv::Mat scaled = is_extreme && largest > 0 ? cv::Mat(h / largest) : h.clone();
+  constexpr double kNothing = 1e-300;  // its inverse overflows soon
+  cv::Mat scaled = is_extreme ? cv::Mat(h * (largest < kNothing ? 0 : 1 / largest)) : h.clone();
   scaled.setTo(0, negligible);
   cv::Mat w, u, vt;
   cv::SVD::compute(scaled, w, u, vt, 0);
+  // Where the squares of a vanishing column underflow, its length is missed and its vector is not unit.
+  constexpr double kNotUnit = 5e-7;
+  for (int i = 0; i < u.cols; ++i) {
+    cv::Mat column = u.col(i);
+    const double length = cv::norm(column);
+    if (std::fabs(length - 1.0) > kNotUnit) column /= length;
+  }
   const cv::Mat v = vt.t();
   cv::Mat s = cv::Mat::eye(w.rows, w.rows, h.type());
   s.row(w.rows - 1).col(w.rows - 1) = cv::determinant(v * u.t());
